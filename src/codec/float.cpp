@@ -1,0 +1,45 @@
+#include "codec/codec.h"
+
+#include "codec/bytes.h"
+#include "truncate.h"
+
+#include <bit>
+#include <cmath>
+#include <cstdint>
+
+namespace {
+
+// The sample that 1.0 stands for: 2^31 - 2.
+constexpr double FULL_SCALE = 2147483646.0;
+
+int32_t fromFloat(float value) {
+    const double scaled = static_cast<double>(value) * FULL_SCALE;
+    if (std::isnan(scaled)) {
+        return 0;
+    }
+    // Below the range, the truncation itself gives the lowest sample.
+    return scaled > INT32_MAX ? INT32_MAX : truncateToInt32(scaled);
+}
+
+} // namespace
+
+void decodeFloat(const channel_pointers &out, const uint8_t *in, uint32_t samples, uint8_t channels,
+                 uint8_t /*bits*/) {
+    for (uint32_t f = 0; f < samples; ++f) {
+        for (unsigned c = 0; c < channels; ++c) {
+            out[c][f] = fromFloat(std::bit_cast<float>(loadLe32(in)));
+            in += sizeof(float);
+        }
+    }
+}
+
+void encodeFloat(const channel_pointers &in, uint8_t *out, uint32_t samples, uint8_t channels,
+                 uint8_t /*bits*/) {
+    for (uint32_t f = 0; f < samples; ++f) {
+        for (unsigned c = 0; c < channels; ++c) {
+            const auto value = static_cast<float>(in[c][f] / FULL_SCALE);
+            storeLe32(out, std::bit_cast<uint32_t>(value));
+            out += sizeof(float);
+        }
+    }
+}

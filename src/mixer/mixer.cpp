@@ -1,0 +1,79 @@
+#include "mixer/mixer.h"
+
+#include "mixer/mix_apply.h"
+#include "mixer/mix_matrix_design.h"
+
+#include <cstring>
+
+namespace {
+
+bool isPlace(uint8_t entry) {
+    return entry >= 1 && entry <= AUDIO_MAX_CHANNELS;
+}
+
+} // namespace
+
+void buildOrderMap(uint8_t *map, uint32_t mask) {
+    uint8_t place = 0;
+    for (unsigned speaker = 0; speaker < AUDIO_MAX_CHANNELS; ++speaker) {
+        map[speaker] = (mask >> speaker & 1) != 0 ? ++place : 0;
+    }
+}
+
+void remapMixMatrix(gain_matrix &matrix, const uint8_t *input_map, const uint8_t *output_map) {
+    gain_matrix by_slot = {};
+    for (unsigned row = 0; row < AUDIO_MAX_CHANNELS; ++row) {
+        for (unsigned column = 0; column < AUDIO_MAX_CHANNELS; ++column) {
+            if (isPlace(input_map[row]) && isPlace(output_map[column])) {
+                by_slot[input_map[row] - 1][output_map[column] - 1] = matrix[row][column];
+            }
+        }
+    }
+    memcpy(matrix, by_slot, sizeof matrix);
+}
+
+uint32_t mixerSetup(audio_converter &converter) {
+    audio_converter_settings &settings = converter.settings;
+    converter.mix_enabled = 0;
+    converter.reorder_enabled = 0;
+    if (settings.input_order_map_enabled == 0) {
+        buildOrderMap(settings.input_order_map, settings.input_channel_mask);
+    }
+    if (settings.output_order_map_enabled == 0) {
+        buildOrderMap(settings.output_order_map, settings.output_channel_mask);
+    }
+    if (settings.input_channel_mask == settings.output_channel_mask) {
+        converter.reorder_enabled = memcmp(settings.input_order_map, settings.output_order_map,
+                                           sizeof settings.input_order_map) != 0;
+        return 0;
+    }
+    converter.mix_enabled = 1;
+    if (settings.user_matrix_enabled != 0) {
+        memcpy(converter.mix_matrix, &settings.user_matrix, sizeof converter.mix_matrix);
+    } else {
+        designMixMatrix(converter.mix_matrix, settings.input_channel_mask,
+                        settings.output_channel_mask, settings.input_channels);
+    }
+    remapMixMatrix(converter.mix_matrix, settings.input_order_map, settings.output_order_map);
+    return 0;
+}
+
+uint32_t mixerRun(audio_converter &converter, uint32_t n) {
+    const audio_converter_settings &settings = converter.settings;
+    channel_buffer_set &work = converter.work;
+    if (n != 0 && (converter.mix_enabled != 0 || converter.reorder_enabled != 0)) {
+        channel_pointers channels;
+        for (unsigned slot = 0; slot < AUDIO_MAX_CHANNELS; ++slot) {
+            channels[slot] = work.data[slot] + work.count;
+        }
+        if (converter.mix_enabled != 0) {
+            applyMixMatrix(converter.mix_matrix, channels, n, settings.input_channels,
+                           settings.output_channels);
+        } else {
+            reorderChannels(channels, n, settings.input_order_map, settings.output_order_map,
+                            settings.input_channels);
+        }
+    }
+    work.count += n;
+    return 0;
+}

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "api/instance.h"
+
+// The per-channel buffers of separate-channel input. A speaker channel that holds less than a
+// block supplies its samples, then silence.
+
+// The slot of a speaker channel in the input frame, or AUDIO_MAX_CHANNELS when it has none.
+unsigned inputSlot(const audio_converter &converter, unsigned channel);
+
+// Makes the array of a speaker channel hold sample_count samples, an exact fit; what it holds is
+// kept. Returns 1 when memory runs out or the size limit is reached, with nothing changed.
+uint32_t growChannelInput(audio_converter &converter, unsigned channel, uint64_t sample_count);
+
+// Places the next `samples` samples of every speaker channel behind work.count, in input layout.
+// With equal rates, where work.count is 0, `work` borrows the channels' own arrays; with a rate
+// change they are copied behind the resampler's unconsumed input. Returns 1 when memory runs out;
+// no channel has then lost a sample.
+uint32_t presentBlock(audio_converter &converter, uint32_t samples);
+
+// Removes a block from every speaker channel and moves what remains to the start of its array,
+// through a temporary block where that is more than half the array. Returns 1 when there is no
+// memory for one: that channel's count is lowered but its samples not moved, and later channels
+// still hold the block.
+uint32_t compactChannelInputs(audio_converter &converter, uint32_t samples);
+
+// Removes a block from every speaker channel without moving anything: for the end of the stream,
+// where nothing is appended any more.
+void advanceChannelInputs(audio_converter &converter, uint32_t samples);

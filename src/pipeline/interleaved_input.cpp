@@ -1,0 +1,152 @@
+#include "api/buffers.h"
+#include "codec/aes3.h"
+#include "codec/aes3_header.h"
+#include "codec/codec_dispatch.h"
+#include "mixer/mixer.h"
+#include "pipeline/messages.h"
+#include "pipeline/output_writer.h"
+#include "pipeline/size_limits.h"
+#include "resampler/resampler.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+// A run of input bytes: the host's own, or the carried ones with the host's behind them.
+struct input_bytes {
+    const uint8_t *data;
+    uint32_t count;
+};
+
+uint32_t growCarry(audio_converter &converter, uint32_t capacity, uint32_t bytes_to_keep) {
+    auto *block = static_cast<uint8_t *>(converter.malloc(capacity));
+    if (block == nullptr) {
+        return 1;
+    }
+    if (converter.carry != nullptr) {
+        memcpy(block, converter.carry, bytes_to_keep);
+        converter.free(converter.carry);
+    }
+    converter.carry = block;
+    converter.carry_capacity = capacity;
+    return 0;
+}
+
+// Joins the carried bytes and the host's. The carry still counts its old bytes alone.
+uint32_t assembleInput(audio_converter &converter, const uint8_t *bytes, uint32_t byte_count,
+                       input_bytes &input) {
+    const uint64_t need = uint64_t{converter.carry_count} + byte_count;
+    if (need > LARGEST_BLOCK_BYTES) {
+        return 1;
+    }
+    input = {bytes, static_cast<uint32_t>(need)};
+    if (converter.carry_count == 0) {
+        return 0;
+    }
+    if (converter.carry_capacity < need &&
+        growCarry(converter, input.count, converter.carry_count) != 0) {
+        return 1;
+    }
+    if (byte_count != 0) {
+        memcpy(converter.carry + converter.carry_count, bytes, byte_count);
+    }
+    input.data = converter.carry;
+    return 0;
+}
+
+// Bytes behind the decoded frames that are kept. Of what follows an AES3 header that fails its
+// check nothing is: the header alone ends the stream at every later call, in bounded memory.
+uint32_t bytesToKeep(const audio_converter &converter, const uint8_t *tail, uint32_t tail_bytes) {
+    const audio_converter_settings &settings = converter.settings;
+    aes3_header header;
+    const bool stopped_at_header =
+        settings.input_format == AUDIO_FORMAT_AES3 && converter.aes3_frame_remaining <= 0 &&
+        tail_bytes >= AES3_HEADER_BYTES &&
+        readAes3Header(tail, &header, settings.input_bits_per_sample, settings.input_channels) == 0;
+    return stopped_at_header ? AES3_HEADER_BYTES : tail_bytes;
+}
+
+// Decodes every whole frame into `work` behind its count, which stays, and gives the samples per
+// channel. `tail` receives the bytes to carry over, for which there is room in `carry`. On failure
+// the carry holds what it held.
+uint32_t decodeInterleaved(audio_converter &converter, const input_bytes &input, uint32_t &samples,
+                           input_bytes &tail) {
+    const audio_converter_settings &settings = converter.settings;
+    const uint8_t format = settings.input_format;
+    const uint8_t channels = settings.input_channels;
+    const uint8_t bits = settings.input_bits_per_sample;
+    samples = audioConverterBytesToSamples(input.count, format, channels, bits);
+    if (growChannelBufferSet(converter, converter.work, samples, AUDIO_MAX_CHANNELS) != 0) {
+        return 1;
+    }
+    channel_pointers behind;
+    for (unsigned c = 0; c < AUDIO_MAX_CHANNELS; ++c) {
+        behind[c] = converter.work.data[c] + converter.work.count;
+    }
+    uint32_t left = input.count;
+    if (format == AUDIO_FORMAT_AES3) {
+        samples = decodeAes3(behind, input.data, left, channels, bits,
+                             converter.aes3_frame_remaining, converter.level);
+    } else {
+        chooseDecoder(converter.level, format)(behind, input.data, samples, channels, bits);
+        left -= audioConverterSamplesToBytes(samples, format, channels, bits);
+    }
+    tail.data = input.data + (input.count - left);
+    tail.count = bytesToKeep(converter, tail.data, left);
+    if (converter.carry_capacity >= tail.count) {
+        return 0;
+    }
+    // The input is the host's block, so the carry is empty. Room for the tail and another block of
+    // this size is what the next call needs.
+    return growCarry(converter, input.count + left, 0);
+}
+
+void keepTail(audio_converter &converter, const input_bytes &tail) {
+    if (tail.count != 0) {
+        memmove(converter.carry, tail.data, tail.count);
+    }
+    converter.carry_count = tail.count;
+}
+
+// Decodes, mixes and resamples; `set` receives what is to be written. On failure, always for want
+// of memory, the converter is as before.
+uint32_t takeInput(audio_converter &converter, const input_bytes &input, channel_buffer_set **set) {
+    const int32_t aes3_frame_remaining = converter.aes3_frame_remaining;
+    const uint32_t work_count = converter.work.count;
+    uint32_t samples;
+    input_bytes tail;
+    uint32_t failed = decodeInterleaved(converter, input, samples, tail);
+    if (failed == 0) {
+        mixerRun(converter, samples);
+        failed = resamplerRun(converter, set);
+    }
+    if (failed != 0) {
+        converter.aes3_frame_remaining = aes3_frame_remaining;
+        converter.work.count = work_count;
+        return failed;
+    }
+    keepTail(converter, tail);
+    return 0;
+}
+
+} // namespace
+
+uint32_t audioConverterPutBytes(audio_converter *converter, const uint8_t *bytes,
+                                uint32_t byte_count) {
+    if (converter == nullptr || (bytes == nullptr && byte_count != 0)) {
+        return 1;
+    }
+    if (converter->settings.input_separate_channels != 0) {
+        converter->err_printf(MIXED_INPUT_TEXT);
+        return 1;
+    }
+    converter->stalled = 0;
+    input_bytes input;
+    channel_buffer_set *set;
+    if (assembleInput(*converter, bytes, byte_count, input) != 0 ||
+        takeInput(*converter, input, &set) != 0) {
+        return 1;
+    }
+    return writeOutput(*converter, *set);
+}

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstdint>
+
+// Any correct form of Euclid's algorithm; both numbers nonzero.
+uint32_t greatestCommonDivisor(uint32_t a, uint32_t b);
+
+// The zeroth-order modified Bessel function of the first kind at 2 * half_x, by a power series
+// that stops early: part of the defined result.
+double besselI0(double half_x);
+
+// Fills table[0 .. length - 1] with a Kaiser-windowed sinc, symmetric about its centre.
+//
+//   length  40 * phases + 1
+//   phases  positions of the upsampled grid per input sample; also the gain of the table
+//   beta    shape of the window
+//   cutoff  cycles per position of the upsampled grid
+void designResamplingFilter(double *table, int32_t length, uint32_t phases, double beta,
+                            double cutoff);
