@@ -15,3 +15,8 @@ if(ZT_SANITIZE)
                              -fno-omit-frame-pointer -g)
     target_link_options(zt_options INTERFACE -fsanitize=${ZT_SANITIZE})
 endif()
+
+if(ZT_COVERAGE)
+    target_compile_options(zt_options INTERFACE --coverage)
+    target_link_options(zt_options INTERFACE --coverage)
+endif()

@@ -25,3 +25,7 @@ if(benchmark_FOUND)
 else()
     message(STATUS "The benchmarks are left out: they need libbenchmark-dev")
 endif()
+
+if(ZT_FUZZ)
+    add_subdirectory(fuzz)
+endif()

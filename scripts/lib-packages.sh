@@ -1,0 +1,29 @@
+# Sourced by the scripts of this folder: installs missing Debian packages.
+
+# needPackages NAME...: returns when all are installed. Installs the missing ones with apt-get where
+# that is allowed without a question; otherwise prints the line to type and exits with status 1.
+needPackages() {
+    local package missing=()
+    for package in "$@"; do
+        if ! dpkg-query -W -f '${Status}' "$package" 2>/dev/null | grep -q '^install ok installed$'; then
+            missing+=("$package")
+        fi
+    done
+    if [ ${#missing[@]} -eq 0 ]; then
+        return
+    fi
+
+    local as_root=()
+    if [ "$(id -u)" -ne 0 ]; then
+        as_root=(sudo -n)
+    fi
+    echo "Installing ${missing[*]}" >&2
+    if ! { "${as_root[@]}" true &&
+        "${as_root[@]}" apt-get -qq update &&
+        DEBIAN_FRONTEND=noninteractive "${as_root[@]}" apt-get -qq -y --no-install-recommends \
+            install "${missing[@]}"; } >&2; then
+        echo "These packages are missing. Please type:" >&2
+        echo "    sudo apt-get install ${missing[*]}" >&2
+        exit 1
+    fi
+}
