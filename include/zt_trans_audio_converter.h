@@ -294,7 +294,8 @@ typedef struct audio_converter audio_converter;
  * one message coded V01 to V17, through the host's err_printf, or with a line end to
  * standard output when there is none. A faulty order map prints nothing. Not checked:
  * the two separate-channel flags, the matrix values, the pair of rates. */
-int32_t audioConverterCheckSettings(callback_lookup lookup, const audio_converter_settings *settings);
+int32_t audioConverterCheckSettings(callback_lookup lookup,
+                                    const audio_converter_settings *settings);
 
 /* Creates a converter.
  *
@@ -308,7 +309,8 @@ int32_t audioConverterCheckSettings(callback_lookup lookup, const audio_converte
  * when memory runs out (no message), or when the rates are so nearly coprime that the
  * filter table, 8 * (40 * L + 1) bytes, would exceed 1 GiB (no message). All functions
  * found by the lookup must stay valid until audioConverterFree returns. */
-audio_converter *audioConverterNew(callback_lookup lookup, const audio_converter_settings *settings);
+audio_converter *audioConverterNew(callback_lookup lookup,
+                                   const audio_converter_settings *settings);
 
 /* Attaches the one output stream of a converter whose output_separate_channels is clear.
  *
@@ -358,7 +360,8 @@ void audioConverterFree(audio_converter *converter);
  * AES3 input whose block header does not match the settings ends the stream: whole
  * frames of the same call that precede it are dropped, nothing more comes out, and calls
  * go on returning 0. */
-uint32_t audioConverterPutBytes(audio_converter *converter, const uint8_t *bytes, uint32_t byte_count);
+uint32_t audioConverterPutBytes(audio_converter *converter, const uint8_t *bytes,
+                                uint32_t byte_count);
 
 /* Converts bytes of one input channel; needs input_separate_channels.
  *
@@ -422,7 +425,8 @@ uint32_t audioConverterDone(audio_converter *converter, uint32_t discard_tail);
  *   bits      a depth that the format allows; 0 gives 0
  *
  * The two LPCM formats give an even count: their frames travel in pairs. */
-uint32_t audioConverterBytesToSamples(uint32_t bytes, uint8_t format, uint8_t channels, uint8_t bits);
+uint32_t audioConverterBytesToSamples(uint32_t bytes, uint8_t format, uint8_t channels,
+                                      uint8_t bits);
 
 /* Bytes of a number of samples per channel, in 32-bit arithmetic.
  *
@@ -430,7 +434,8 @@ uint32_t audioConverterBytesToSamples(uint32_t bytes, uint8_t format, uint8_t ch
  *
  * AES3: one 4-byte header included, as in every chunk that the converter writes. The
  * other parameters as above. */
-uint32_t audioConverterSamplesToBytes(uint32_t samples, uint8_t format, uint8_t channels, uint8_t bits);
+uint32_t audioConverterSamplesToBytes(uint32_t samples, uint8_t format, uint8_t channels,
+                                      uint8_t bits);
 
 /* ---- Extension ------------------------------------------------------------------ */
 
