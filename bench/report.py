@@ -1,0 +1,197 @@
+#!/usr/bin/env python3
+"""Turns the JSON of converter_bench into one Markdown table of ratios.
+
+Usage: report.py RESULT.json > TABLE.md
+
+Every figure is the least of its repetitions; ratios below 1 mean that this library is faster. The
+exit status is 1 when a benchmark failed, whatever the ratios are.
+"""
+
+import json
+import re
+import sys
+
+OURS = "ours"
+ALIKE = "swresample-alike"
+SHORT = "swresample-short"
+SWRESAMPLE = "swresample"
+GAINS = "swresample-gains"
+BLOCKS = ["64", "256", "1024", "4096", "65536"]
+RACE_BLOCK = "1024"
+SMALL_BLOCKS = "64 : 1024"
+GROUPS = ["resample", "mix", "encode", "decode", "same", "pipeline", "create"]
+
+# Rows whose name matches the pattern must keep a measure at or below a limit.
+GOALS = [
+    ("resampling", r"resample/", "alike", 0.55),
+    ("resampling, mono and stereo", r"resample/.*/[12]ch", "alike 256", 0.80),
+    ("mixing to stereo", r"mix/[57]\.1-2/", "fastest", 0.5),
+    ("other mixing", r"mix/(2-1|7\.1-5\.1)/", "alike", 0.5),
+    ("codecs, 24 bits, big-endian and AES3", r"(en|de)code/(pcm24|paired|be|aes)", "fastest", 0.5),
+    ("codecs, 16 and 32 bits and float", r"(encode|decode|same)/(pcm16|pcm32|float)/",
+     "swresample", 4.0),
+    ("pipeline to stereo 44.1 kHz", r"pipeline/5\.1-24-48k", "fastest", 0.45),
+    ("pipeline to stereo 48 kHz", r"pipeline/stereo-16-44k1", "fastest", 1.2),
+    ("pipeline of eight channels", r"pipeline/8ch-float-96k", "fastest", 0.7),
+    ("small blocks, all rows", r"", SMALL_BLOCKS, 2.5),
+]
+
+NOTES = """\
+Nanoseconds of processor time per output sample of one channel at five block sizes (frames a
+call), then ratios of our time to a peer's, at blocks of 1024 unless the head says 256.
+
+- alike: libswresample in double precision with our window (Kaiser, beta 9), cutoff and exact
+  phases and a filter size of 40, or with our mixing gains. When the rate falls its filter grows
+  by the rate ratio; "40 taps" is the same kept at our length.
+- swresample: libswresample's own defaults, single precision and its own mixing gains; "our
+  gains" is the same with ours.
+- fastest: the quickest of all peers in that row, named: the above, libsoxr (high quality),
+  GStreamer's converter and libavcodec's codecs, with libswresample or libsoxr for the steps that
+  no codec does. With equal formats some only copy the bytes.
+- 64 : 1024 is our time at blocks of 64 over that at 1024; spread is our slowest over our fastest
+  from 1024 to 65536."""
+
+
+def loadTimes(path):
+    """Least seconds by benchmark name, the failed names, and the context."""
+    with open(path, encoding="utf-8") as file:
+        result = json.load(file)
+    times = {}
+    failed = set()
+    for run in result["benchmarks"]:
+        name = run["run_name"]
+        if run.get("run_type") == "aggregate":
+            continue
+        if run.get("error_occurred"):
+            failed.add(f"{name}: {run['error_message']}")
+        else:
+            times[name] = min(times.get(name, float("inf")), run["each"])
+    return times, sorted(failed), result["context"]
+
+
+def naturalKey(name):
+    """Groups in the order of the goals, numbers by value."""
+    group = name.split("/")[0]
+    return GROUPS.index(group), [int(part) if part.isdigit() else part
+                                 for part in re.split(r"(\d+)", name)]
+
+
+def groupRows(times):
+    """{row: {block: {contender: ns}}} in natural order; creation has the block ''."""
+    rows = {}
+    for name in sorted(times, key=naturalKey):
+        parts = name.split("/")
+        timed_creation = parts[0] == "create"
+        row = "/".join(parts[:2] if timed_creation else parts[:3])
+        block = "" if timed_creation else parts[3]
+        rows.setdefault(row, {}).setdefault(block, {})[parts[-1]] = times[name] * 1e9
+    return rows
+
+
+def ratio(contest, peer):
+    if OURS not in contest or peer not in contest:
+        return None
+    return contest[OURS] / contest[peer]
+
+
+def fastestPeer(contest):
+    peers = {who: ns for who, ns in contest.items() if who != OURS}
+    return min(peers, key=peers.get) if peers else None
+
+
+def measure(blocks):
+    """The ratios of one row by measure name; None where something was not measured."""
+    own = {block: contest[OURS] for block, contest in blocks.items() if OURS in contest}
+    race = blocks.get(RACE_BLOCK, blocks.get("", {}))
+    large = [own[block] for block in BLOCKS[2:] if block in own]
+    return {
+        "alike": ratio(race, ALIKE),
+        "alike 256": ratio(blocks.get("256", {}), ALIKE),
+        "40 taps": ratio(race, SHORT),
+        "swresample": ratio(race, SWRESAMPLE),
+        "our gains": ratio(race, GAINS),
+        "fastest": ratio(race, fastestPeer(race)),
+        SMALL_BLOCKS: own["64"] / own[RACE_BLOCK] if "64" in own and RACE_BLOCK in own else None,
+        "spread": max(large) / min(large) if len(large) > 1 else None,
+    }
+
+
+def judgeRow(row, measures):
+    """(measure, limit, value) of every goal that names this row. Rows run alone at one block size
+    have no small-block figure; any other missing figure stays, as None."""
+    return [(what, limit, measures[what]) for _, pattern, what, limit in GOALS
+            if re.match(pattern, row) and (measures[what] is not None or what != SMALL_BLOCKS)]
+
+
+def showNumber(value):
+    return "" if value is None else f"{value:.3g}" if value < 1000 else f"{value:.0f}"
+
+
+def showGoals(judged):
+    missed = [f"{what} ≤ {limit}" for what, limit, value in judged if value and value > limit]
+    absent = [f"{what} ≤ {limit}" for what, limit, value in judged if value is None]
+    words = ["**missed**: " + ", ".join(missed)] if missed else []
+    words += ["not measured: " + ", ".join(absent)] if absent else []
+    return "; ".join(words) or ("met" if judged else "")
+
+
+def showRow(row, blocks):
+    measures = measure(blocks)
+    race = blocks.get(RACE_BLOCK, blocks.get("", {}))
+    cells = [row]
+    cells += [showNumber(blocks.get(block, {}).get(OURS)) for block in BLOCKS]
+    cells += [showNumber(measures[what]) for what in ("alike", "alike 256", "40 taps", "swresample",
+                                                  "our gains")]
+    fastest = showNumber(measures["fastest"])
+    cells.append(f"{fastest} {fastestPeer(race)}" if fastest else "")
+    cells += [showNumber(measures[SMALL_BLOCKS]), showNumber(measures["spread"])]
+    cells.append(showGoals(judgeRow(row, measures)))
+    return "| " + " | ".join(cells) + " |"
+
+
+def showCreation(row, blocks):
+    """Creation has one figure, in microseconds, which stands in the column of the race."""
+    micro = {"1024": {who: ns / 1000 for who, ns in blocks[""].items()}}
+    return showRow(row + " (µs each)", micro)
+
+
+def showSummary(rows):
+    lines = []
+    for label, pattern, what, limit in GOALS:
+        values = [measure(blocks)[what] for row, blocks in rows.items() if re.match(pattern, row)]
+        values = [value for value in values if value is not None]
+        met = sum(value <= limit for value in values)
+        outcome = (f"met in {met} of {len(values)} rows, worst {showNumber(max(values))}"
+                   if values else "not measured")
+        lines.append(f"- {label}: {what} ≤ {limit}: {outcome}")
+    return "\n".join(lines)
+
+
+def processorName():
+    with open("/proc/cpuinfo", encoding="utf-8") as file:
+        for line in file:
+            if line.startswith("model name"):
+                return line.split(":", 1)[1].strip()
+    return "unknown processor"
+
+
+def main():
+    if len(sys.argv) != 2:
+        sys.exit(__doc__)
+    times, failed, context = loadTimes(sys.argv[1])
+    rows = groupRows(times)
+    head = ["conversion", *BLOCKS, "ours / alike", "alike 256", "40 taps", "swresample",
+            "our gains", "fastest", SMALL_BLOCKS, "spread", "goals"]
+    print("# Benchmarks\n")
+    print(f"{processorName()}, {context['num_cpus']} processors, {context['date']}\n")
+    print(NOTES + "\n\n" + showSummary(rows) + "\n")
+    print("| " + " | ".join(head) + " |\n|" + " --- |" * len(head))
+    for row, blocks in rows.items():
+        print(showCreation(row, blocks) if "" in blocks else showRow(row, blocks))
+    for failure in failed:
+        print(f"report.py: failed: {failure}", file=sys.stderr)
+    return 1 if failed or not rows else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
