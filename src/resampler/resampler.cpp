@@ -1,7 +1,7 @@
 #include "resampler/resampler.h"
 
 #include "api/buffers.h"
-#include "resampler/resample_channel.h"
+#include "resampler/resample_channels.h"
 
 #include <cstring>
 
@@ -18,12 +18,17 @@ uint64_t countOutputs(const resampler_state &state, uint32_t held) {
     return outputs / state.up_factor * state.up_factor;
 }
 
-void filterInto(const resampler_state &state, const channel_buffer_set &work,
-                channel_buffer_set &resampled, uint32_t outputs) {
-    for (unsigned c = 0; c < state.channels; ++c) {
-        resampleChannel(state, work.data[c], resampled.data[c] + resampled.count, outputs);
+void filterInto(audio_converter &converter, uint64_t outputs) {
+    const channel_buffer_set &work = converter.work;
+    channel_buffer_set &resampled = converter.resampled;
+    int32_t *behind[AUDIO_MAX_CHANNELS] = {};
+    for (unsigned c = 0; c < converter.resampler.channels; ++c) {
+        behind[c] = resampled.data[c] + resampled.count;
     }
-    resampled.count += outputs;
+    const resample_job job = {&converter.resampler, converter.kernel_table, work.data, behind,
+                              outputs};
+    resampleChannels(job, converter.level);
+    resampled.count += static_cast<uint32_t>(outputs);
 }
 
 void dropConsumed(channel_buffer_set &work, uint32_t consumed, uint32_t channels) {
@@ -49,7 +54,7 @@ uint32_t resamplerRun(audio_converter &converter, channel_buffer_set **out) {
         return 1;
     }
     if (outputs != 0) {
-        filterInto(state, converter.work, converter.resampled, static_cast<uint32_t>(outputs));
+        filterInto(converter, outputs);
         const uint64_t consumed = outputs / state.up_factor * state.down_factor;
         dropConsumed(converter.work, static_cast<uint32_t>(consumed), state.channels);
     }
@@ -80,7 +85,7 @@ uint32_t resamplerFlush(audio_converter &converter, channel_buffer_set **out, ui
     for (unsigned c = 0; c < state.channels; ++c) {
         memset(work.data[c] + work.count, 0, state.history * sizeof(int32_t));
     }
-    filterInto(state, work, converter.resampled, static_cast<uint32_t>(outputs));
+    filterInto(converter, outputs);
     work.count = 0;
     // Only the resampled arrays have grown; input that follows needs what all eight can hold.
     work.capacity = shared_capacity;

@@ -2,6 +2,7 @@
 
 #include "api/buffers.h"
 #include "resampler/filter_design.h"
+#include "resampler/kernel_table.h"
 
 #include <algorithm>
 #include <cstring>
@@ -52,10 +53,6 @@ uint32_t placeLeadIn(audio_converter &converter) {
 
 } // namespace
 
-size_t kernelTableBytes(cpu_level /*level*/, const audio_converter_settings & /*settings*/) {
-    return 0;
-}
-
 uint32_t resamplerSetup(audio_converter &converter) {
     resampler_state &state = converter.resampler;
     state.channels = converter.settings.output_channels;
@@ -68,6 +65,12 @@ uint32_t resamplerSetup(audio_converter &converter) {
     const uint32_t divisor = greatestCommonDivisor(state.input_rate, state.output_rate);
     state.up_factor = state.output_rate / divisor;
     state.down_factor = state.input_rate / divisor;
-    const uint32_t failed = designFilter(converter);
-    return failed != 0 ? failed : placeLeadIn(converter);
+    if (designFilter(converter) != 0) {
+        return 1;
+    }
+    if (kernelTableBytes(converter.level, converter.settings) != 0) {
+        converter.kernel_table = kernelTablePlace(converter);
+        fillKernelTable(state, converter.kernel_table);
+    }
+    return placeLeadIn(converter);
 }

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "api/instance.h"
+
+// What the forms of the resampler work from.
+struct resample_job {
+    const resampler_state *state;
+    const double *kernel_table;   // as kernel_table.h describes it, or null
+    const int32_t *const *inputs; // one array per channel, from the first output's first sample on
+    int32_t *const *outputs;      // one array per channel
+    uint64_t outputs_per_channel;
+};
+
+// Filters every channel of state->channels as resampleChannel does, with the same results. The
+// input arrays hold what the outputs' filters span, the output arrays have room for the outputs;
+// nothing beyond is touched.
+void resampleChannels(const resample_job &job, cpu_level level);
+
+// The vector forms. They compute the whole rounds of L outputs, and what is left of a round when
+// there is a kernel table; they return the outputs done per channel.
+uint64_t resampleChannelsSse2(const resample_job &job);
+uint64_t resampleChannelsAvx2(const resample_job &job);
+uint64_t resampleChannelsAvx512(const resample_job &job);

@@ -1,0 +1,90 @@
+#pragma once
+
+#include "resampler/vector_groups.h"
+#include "resampler/vector_rounds.h"
+
+// Shared by the vector forms; internal linkage, see vector_phases.h.
+//
+// A form V gives its vector of LANES doubles and the operations on it; NARROWEST, the narrowest
+// tile (4 lanes or one vector); GROUPS, groups of phases in flight; FEW_LANES, up to which
+// single lanes run faster group by group than in a tile.
+namespace {
+
+template <typename V>
+void runNeighbours(const resample_job &job, const phase_plan &plan, uint64_t rounds) {
+    neighbour_scratch scratch;
+    layOut(plan, scratch);
+    const uint64_t most = (scratch.row_length - scratch.reach) / V::LANES * V::LANES;
+    for (unsigned c = 0; c < job.state->channels; ++c) {
+        for (uint64_t round = 0; round < rounds; round += most) {
+            filterNeighbours<V>(plan, scratch, job.inputs[c] + round * plan.down,
+                                job.outputs[c] + round * plan.up, smaller(most, rounds - round));
+        }
+    }
+}
+
+// One round of one channel, group by group.
+template <typename V>
+void runLaneInGroups(const resample_job &job, const phase_plan &plan, uint64_t lane) {
+    const uint64_t round = lane / job.state->channels;
+    const uint64_t channel = lane % job.state->channels;
+    filterPartOfRound<V>(plan, job.inputs[channel] + round * plan.down,
+                         job.outputs[channel] + round * plan.up, plan.up);
+}
+
+// A tile of the width that suits the lanes left; returns the lanes done.
+template <typename V>
+unsigned runTile(const resample_job &job, const phase_plan &plan, uint64_t lane, uint64_t left) {
+    if (left + V::LANES > 16) {
+        const auto lanes = static_cast<unsigned>(smaller(left, 16));
+        filterRounds<V, 16>(job, plan, lane, lanes);
+        return lanes;
+    }
+    if (left + V::LANES > 8) {
+        const auto lanes = static_cast<unsigned>(smaller(left, 8));
+        filterRounds<V, 8>(job, plan, lane, lanes);
+        return lanes;
+    }
+    const auto lanes = static_cast<unsigned>(smaller(left, V::NARROWEST));
+    filterRounds<V, V::NARROWEST>(job, plan, lane, lanes);
+    return lanes;
+}
+
+template <typename V>
+void runRounds(const resample_job &job, const phase_plan &plan, uint64_t rounds) {
+    const uint64_t lanes = rounds * job.state->channels;
+    uint64_t lane = 0;
+    while (lane < lanes) {
+        const uint64_t left = lanes - lane;
+        if (left <= V::FEW_LANES && plan.group_size != 0) {
+            runLaneInGroups<V>(job, plan, lane);
+            ++lane;
+        } else {
+            lane += runTile<V>(job, plan, lane, left);
+        }
+    }
+}
+
+template <typename V>
+uint64_t runForm(const resample_job &job) {
+    const phase_plan plan = makePlan(job);
+    const uint64_t rounds = job.outputs_per_channel / plan.up;
+    const uint64_t left = job.outputs_per_channel % plan.up;
+    if (plan.down <= LARGEST_NEIGHBOUR_STEP) {
+        if (rounds != 0) {
+            runNeighbours<V>(job, plan, rounds);
+        }
+        return rounds * plan.up;
+    }
+    runRounds<V>(job, plan, rounds);
+    if (left == 0 || plan.group_size == 0) {
+        return rounds * plan.up;
+    }
+    for (unsigned c = 0; c < job.state->channels; ++c) {
+        filterPartOfRound<V>(plan, job.inputs[c] + rounds * plan.down,
+                             job.outputs[c] + rounds * plan.up, left);
+    }
+    return job.outputs_per_channel;
+}
+
+} // namespace

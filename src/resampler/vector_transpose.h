@@ -1,0 +1,91 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <emmintrin.h>
+
+// Shared by the vector forms; internal linkage, see vector_phases.h.
+namespace {
+
+__m128i loadFour(const int32_t *samples) {
+    return _mm_loadu_si128(reinterpret_cast<const __m128i *>(samples));
+}
+
+void storeFour(int32_t *samples, __m128i four) {
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(samples), four);
+}
+
+// Turns four rows of four into four columns.
+void transposeFour(__m128i (&block)[4]) {
+    const __m128i low_01 = _mm_unpacklo_epi32(block[0], block[1]);
+    const __m128i high_01 = _mm_unpackhi_epi32(block[0], block[1]);
+    const __m128i low_23 = _mm_unpacklo_epi32(block[2], block[3]);
+    const __m128i high_23 = _mm_unpackhi_epi32(block[2], block[3]);
+    block[0] = _mm_unpacklo_epi64(low_01, low_23);
+    block[1] = _mm_unpackhi_epi64(low_01, low_23);
+    block[2] = _mm_unpacklo_epi64(high_01, high_23);
+    block[3] = _mm_unpackhi_epi64(high_01, high_23);
+}
+
+// Four sources' samples [0, rows), as doubles, into four columns of the scratch.
+template <typename V>
+void gatherFour(const int32_t *const *sources, uint64_t rows, double *scratch, size_t row_stride) {
+    uint64_t row = 0;
+    for (; row + 4 <= rows; row += 4) {
+        __m128i block[4] = {loadFour(sources[0] + row), loadFour(sources[1] + row),
+                            loadFour(sources[2] + row), loadFour(sources[3] + row)};
+        transposeFour(block);
+        V::storeDoubles(scratch + row * row_stride, block[0]);
+        V::storeDoubles(scratch + (row + 1) * row_stride, block[1]);
+        V::storeDoubles(scratch + (row + 2) * row_stride, block[2]);
+        V::storeDoubles(scratch + (row + 3) * row_stride, block[3]);
+    }
+    for (; row < rows; ++row) {
+        V::storeDoubles(
+            scratch + row * row_stride,
+            _mm_setr_epi32(sources[0][row], sources[1][row], sources[2][row], sources[3][row]));
+    }
+}
+
+// Rows of one sample per lane, `phases` rows, to the lanes' destinations from `first` on.
+void scatter(const int32_t *sums, size_t row_stride, uint64_t phases, int32_t *const *destinations,
+             unsigned lanes, uint64_t first) {
+    unsigned lane = 0;
+    for (; lane + 4 <= lanes; lane += 4) {
+        const int32_t *column = sums + lane;
+        uint64_t phase = 0;
+        for (; phase + 4 <= phases; phase += 4) {
+            const int32_t *rows = column + phase * row_stride;
+            __m128i block[4] = {loadFour(rows), loadFour(rows + row_stride),
+                                loadFour(rows + 2 * row_stride), loadFour(rows + 3 * row_stride)};
+            transposeFour(block);
+            for (unsigned i = 0; i < 4; ++i) {
+                storeFour(destinations[lane + i] + first + phase, block[i]);
+            }
+        }
+        for (; phase < phases; ++phase) {
+            for (unsigned i = 0; i < 4; ++i) {
+                destinations[lane + i][first + phase] = column[phase * row_stride + i];
+            }
+        }
+    }
+    for (; lane < lanes; ++lane) {
+        for (uint64_t phase = 0; phase < phases; ++phase) {
+            destinations[lane][first + phase] = sums[phase * row_stride + lane];
+        }
+    }
+}
+
+// One array's samples as doubles.
+template <typename V>
+void convertRun(const int32_t *samples, uint64_t count, double *scratch) {
+    uint64_t i = 0;
+    for (; i + 4 <= count; i += 4) {
+        V::storeDoubles(scratch + i, loadFour(samples + i));
+    }
+    for (; i < count; ++i) {
+        scratch[i] = samples[i];
+    }
+}
+
+} // namespace
