@@ -19,7 +19,7 @@ uint32_t framesInBlock(int32_t frame_remaining, uint32_t frame_bytes) {
 
 uint32_t decodeAes3(const channel_pointers &out, const uint8_t *in, uint32_t &byte_count,
                     uint8_t channels, uint8_t bits, int32_t &frame_remaining, cpu_level level) {
-    const decode_function decode_frames = chooseDecoder(level, AUDIO_FORMAT_AES3);
+    const decode_function decode_frames = chooseDecoder(level, AUDIO_FORMAT_AES3, channels, bits);
     const uint32_t frame_bytes = aes3FrameBytes(channels, bits);
     uint32_t decoded = 0;
     while (byte_count != 0) {
@@ -57,5 +57,5 @@ void encodeAes3(const channel_pointers &in, uint8_t *out, uint32_t samples, uint
                 uint8_t bits, cpu_level level) {
     const uint32_t payload = samples * aes3FrameBytes(channels, bits);
     out += writeAes3Header(out, bits, channels, payload);
-    chooseEncoder(level, AUDIO_FORMAT_AES3)(in, out, samples, channels, bits);
+    chooseEncoder(level, AUDIO_FORMAT_AES3, channels, bits)(in, out, samples, channels, bits);
 }

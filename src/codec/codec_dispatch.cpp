@@ -1,8 +1,22 @@
 #include "codec/codec_dispatch.h"
 
 #include "codec/codec.h"
+#include "codec/codec_vector.h"
 
-decode_function chooseDecoder(cpu_level /*level*/, uint8_t format) {
+namespace {
+
+// A count of channels that the plain form alone takes.
+bool isPlainOnly(uint8_t format, uint8_t channels) {
+    return channels == 0 || channels > AUDIO_MAX_CHANNELS ||
+           (format == AUDIO_FORMAT_AES3 && channels % 2 != 0);
+}
+
+} // namespace
+
+decode_function chooseDecoder(cpu_level level, uint8_t format, uint8_t channels, uint8_t bits) {
+    if (level >= CPU_AVX2 && !isPlainOnly(format, channels)) {
+        return chooseCodecAvx2(format, channels, bits).decode;
+    }
     switch (format) {
     case AUDIO_FORMAT_LPCM_PAIRED:
         return decodeLpcmPaired;
@@ -17,7 +31,10 @@ decode_function chooseDecoder(cpu_level /*level*/, uint8_t format) {
     }
 }
 
-encode_function chooseEncoder(cpu_level /*level*/, uint8_t format) {
+encode_function chooseEncoder(cpu_level level, uint8_t format, uint8_t channels, uint8_t bits) {
+    if (level >= CPU_AVX2 && !isPlainOnly(format, channels)) {
+        return chooseCodecAvx2(format, channels, bits).encode;
+    }
     switch (format) {
     case AUDIO_FORMAT_LPCM_PAIRED:
         return encodeLpcmPaired;

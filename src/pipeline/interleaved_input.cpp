@@ -89,7 +89,8 @@ uint32_t decodeInterleaved(audio_converter &converter, const input_bytes &input,
         samples = decodeAes3(behind, input.data, left, channels, bits,
                              converter.aes3_frame_remaining, converter.level);
     } else {
-        chooseDecoder(converter.level, format)(behind, input.data, samples, channels, bits);
+        const decode_function decode = chooseDecoder(converter.level, format, channels, bits);
+        decode(behind, input.data, samples, channels, bits);
         left -= audioConverterSamplesToBytes(samples, format, channels, bits);
     }
     tail.data = input.data + (input.count - left);

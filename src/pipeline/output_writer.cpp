@@ -121,7 +121,8 @@ void encodeChunk(const output_writer &writer, unsigned slot, uint8_t *area, uint
         encodeAes3(channels, area, samples, writer.stream_channels, writer.bits, level);
         return;
     }
-    const encode_function encode = chooseEncoder(level, writer.format);
+    const encode_function encode =
+        chooseEncoder(level, writer.format, writer.stream_channels, writer.bits);
     encode(channels, area, samples, writer.stream_channels, writer.bits);
 }
 

@@ -36,7 +36,9 @@ uint32_t decodeOneChannel(audio_converter &converter, const uint8_t *bytes, uint
     }
     if (samples != 0) {
         const channel_pointers behind = {converter.channel_input[channel] + count};
-        chooseDecoder(converter.level, settings.input_format)(behind, bytes, samples, 1, bits);
+        const decode_function decode =
+            chooseDecoder(converter.level, settings.input_format, 1, bits);
+        decode(behind, bytes, samples, 1, bits);
     }
     count += samples;
     converter.largest_channel_block = std::max(converter.largest_channel_block, samples);
