@@ -10,7 +10,7 @@ namespace {
 
 // Rows of input, as doubles, that the groups of a window span.
 struct group_window {
-    double samples[SCRATCH_DOUBLES];
+    double *samples;
     uint64_t first_row;
     uint64_t end; // the group behind the last
 };
@@ -67,11 +67,11 @@ void filterGroups(const phase_plan &plan, const group_window &window, uint64_t g
 // One channel's next `phases` outputs, at most a round, from phase 0 on.
 template <typename V>
 void filterPartOfRound(const phase_plan &plan, const int32_t *input, int32_t *output,
-                       uint64_t phases) {
+                       uint64_t phases, double *scratch) {
     const uint64_t group_rows = plan.group_size / PHASES_PER_GROUP;
     const uint64_t groups = (phases + PHASES_PER_GROUP - 1) / PHASES_PER_GROUP;
     const uint64_t available = samplesUnder(plan, phases);
-    group_window window;
+    group_window window = {scratch, 0, 0};
     for (uint64_t group = 0; group < groups; group = window.end) {
         // 1. As many groups as the scratch holds rows for.
         const uint64_t first = firstSampleOf(plan, group * PHASES_PER_GROUP);

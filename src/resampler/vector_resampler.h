@@ -11,13 +11,14 @@
 namespace {
 
 template <typename V>
-void runNeighbours(const resample_job &job, const phase_plan &plan, uint64_t rounds) {
-    neighbour_scratch scratch;
-    layOut(plan, scratch);
-    const uint64_t most = (scratch.row_length - scratch.reach) / V::LANES * V::LANES;
+void runNeighbours(const resample_job &job, const phase_plan &plan, uint64_t rounds,
+                   double *scratch) {
+    neighbour_columns columns;
+    layOut(plan, scratch, columns);
+    const uint64_t most = mostNeighbours<V>(columns);
     for (unsigned c = 0; c < job.state->channels; ++c) {
         for (uint64_t round = 0; round < rounds; round += most) {
-            filterNeighbours<V>(plan, scratch, job.inputs[c] + round * plan.down,
+            filterNeighbours<V>(plan, columns, job.inputs[c] + round * plan.down,
                                 job.outputs[c] + round * plan.up, smaller(most, rounds - round));
         }
     }
@@ -25,64 +26,67 @@ void runNeighbours(const resample_job &job, const phase_plan &plan, uint64_t rou
 
 // One round of one channel, group by group.
 template <typename V>
-void runLaneInGroups(const resample_job &job, const phase_plan &plan, uint64_t lane) {
+void runLaneInGroups(const resample_job &job, const phase_plan &plan, uint64_t lane,
+                     double *scratch) {
     const uint64_t round = lane / job.state->channels;
     const uint64_t channel = lane % job.state->channels;
     filterPartOfRound<V>(plan, job.inputs[channel] + round * plan.down,
-                         job.outputs[channel] + round * plan.up, plan.up);
+                         job.outputs[channel] + round * plan.up, plan.up, scratch);
 }
 
 // A tile of the width that suits the lanes left; returns the lanes done.
 template <typename V>
-unsigned runTile(const resample_job &job, const phase_plan &plan, uint64_t lane, uint64_t left) {
+unsigned runTile(const resample_job &job, const phase_plan &plan, uint64_t lane, uint64_t left,
+                 double *scratch) {
     if (left + V::LANES > 16) {
         const auto lanes = static_cast<unsigned>(smaller(left, 16));
-        filterRounds<V, 16>(job, plan, lane, lanes);
+        filterRounds<V, 16>(job, plan, lane, lanes, scratch);
         return lanes;
     }
     if (left + V::LANES > 8) {
         const auto lanes = static_cast<unsigned>(smaller(left, 8));
-        filterRounds<V, 8>(job, plan, lane, lanes);
+        filterRounds<V, 8>(job, plan, lane, lanes, scratch);
         return lanes;
     }
     const auto lanes = static_cast<unsigned>(smaller(left, V::NARROWEST));
-    filterRounds<V, V::NARROWEST>(job, plan, lane, lanes);
+    filterRounds<V, V::NARROWEST>(job, plan, lane, lanes, scratch);
     return lanes;
 }
 
 template <typename V>
-void runRounds(const resample_job &job, const phase_plan &plan, uint64_t rounds) {
+void runRounds(const resample_job &job, const phase_plan &plan, uint64_t rounds, double *scratch) {
     const uint64_t lanes = rounds * job.state->channels;
     uint64_t lane = 0;
     while (lane < lanes) {
         const uint64_t left = lanes - lane;
         if (left <= V::FEW_LANES && plan.group_size != 0) {
-            runLaneInGroups<V>(job, plan, lane);
+            runLaneInGroups<V>(job, plan, lane, scratch);
             ++lane;
         } else {
-            lane += runTile<V>(job, plan, lane, left);
+            lane += runTile<V>(job, plan, lane, left, scratch);
         }
     }
 }
 
 template <typename V>
 uint64_t runForm(const resample_job &job) {
+    alignas(64) double scratch[SCRATCH_DOUBLES];
     const phase_plan plan = makePlan(job);
     const uint64_t rounds = job.outputs_per_channel / plan.up;
     const uint64_t left = job.outputs_per_channel % plan.up;
     if (plan.down <= LARGEST_NEIGHBOUR_STEP) {
         if (rounds != 0) {
-            runNeighbours<V>(job, plan, rounds);
+            runNeighbours<V>(job, plan, rounds, scratch);
         }
         return rounds * plan.up;
     }
-    runRounds<V>(job, plan, rounds);
+    runRounds<V>(job, plan, rounds, scratch);
     if (left == 0 || plan.group_size == 0) {
         return rounds * plan.up;
     }
     for (unsigned c = 0; c < job.state->channels; ++c) {
         filterPartOfRound<V>(plan, job.inputs[c] + rounds * plan.down,
-                             job.outputs[c] + rounds * plan.up, left);
+                             job.outputs[c] + rounds * plan.up, left, scratch);
     }
     return job.outputs_per_channel;
 }

@@ -20,9 +20,8 @@ namespace {
 // 3. Go on with the next phases; the rows that both span are gathered again.
 template <typename V, unsigned WIDTH>
 void filterRounds(const resample_job &job, const phase_plan &plan, uint64_t first_lane,
-                  unsigned lanes) {
+                  unsigned lanes, double *scratch) {
     constexpr unsigned ROWS = SCRATCH_DOUBLES / WIDTH;
-    alignas(64) double samples[SCRATCH_DOUBLES];
     uint32_t offsets[ROWS];
     const int32_t *sources[WIDTH];
     int32_t *destinations[WIDTH];
@@ -45,9 +44,9 @@ void filterRounds(const resample_job &job, const phase_plan &plan, uint64_t firs
         for (unsigned lane = 0; lane < WIDTH; lane += 4) {
             const int32_t *const from[4] = {sources[lane] + first, sources[lane + 1] + first,
                                             sources[lane + 2] + first, sources[lane + 3] + first};
-            gatherFour<V>(from, rows, samples + lane, WIDTH);
+            gatherFour<V>(from, rows, scratch + lane, WIDTH);
         }
-        const lane_tile tile = {samples, offsets, first, destinations, lanes};
+        const lane_tile tile = {scratch, offsets, first, destinations, lanes};
         filterTile<V, WIDTH>(plan, tile, cursor, end);
     }
 }
@@ -59,88 +58,121 @@ void filterRounds(const resample_job &job, const phase_plan &plan, uint64_t firs
 //     row M - 1    x[M - 1]   x[2M - 1]  ...
 //
 // Sample i of a round stands in row i % M, i / M columns to the right. Lanes are columns.
-struct neighbour_scratch {
-    alignas(64) double samples[SCRATCH_DOUBLES];
+struct neighbour_columns {
+    double *samples;
     uint32_t offsets[LARGEST_NEIGHBOUR_STEP + TAPS + 1];
     size_t row_length; // columns
     uint64_t reach;    // columns to the right that a round's filters touch
 };
 
-void layOut(const phase_plan &plan, neighbour_scratch &scratch) {
-    const auto down = static_cast<uint32_t>(plan.down);
-    scratch.row_length = SCRATCH_DOUBLES / down;
-    scratch.reach = (down + TAPS) / down;
-    for (uint32_t i = 0; i < down + TAPS + 1; ++i) {
-        scratch.offsets[i] = static_cast<uint32_t>(i % down * scratch.row_length) + i / down;
+void layOut(const phase_plan &plan, double *scratch, neighbour_columns &columns) {
+    columns.samples = scratch;
+    columns.row_length = SCRATCH_DOUBLES / plan.down;
+    columns.reach = (plan.down + TAPS) / plan.down;
+    uint64_t row = 0;
+    uint64_t column = 0;
+    for (uint64_t i = 0; i < plan.down + TAPS + 1; ++i) {
+        columns.offsets[i] = static_cast<uint32_t>(row * columns.row_length + column);
+        if (++row == plan.down) {
+            row = 0;
+            ++column;
+        }
     }
 }
 
-// Fills `columns` columns from `count` samples, zeros behind them.
+// Fills the columns before `end` from `count` samples, zeros behind them.
 template <typename V>
-void deinterleave(const int32_t *input, uint64_t count, uint64_t down, uint64_t columns,
-                  neighbour_scratch &scratch) {
-    double *samples = scratch.samples;
+void fillColumns(const int32_t *input, uint64_t count, uint64_t down, uint64_t end,
+                 const neighbour_columns &columns) {
+    // 1. The zeros, in fours: up to three too many, in the next row or behind the last.
+    const uint64_t whole = count / down;
+    for (uint64_t row = 0; row < down; ++row) {
+        for (uint64_t column = whole; column < end; column += 4) {
+            V::storeDoubles(columns.samples + row * columns.row_length + column,
+                            _mm_setzero_si128());
+        }
+    }
+    // 2. Whole columns, four at a time.
     uint64_t column = 0;
     if (down == 1) {
-        convertRun<V>(input, count, samples);
+        convertRun<V>(input, count, columns.samples);
         column = count;
     }
-    for (; (column + 4) * down <= count; column += 4) {
+    for (; column + 4 <= whole; column += 4) {
         const int32_t *const source = input + column * down;
         const int32_t *const sources[4] = {source, source + down, source + 2 * down,
                                            source + 3 * down};
-        gatherFour<V>(sources, down, samples + column, scratch.row_length);
+        gatherFour<V>(sources, down, columns.samples + column, columns.row_length);
     }
-    for (; column < columns; ++column) {
-        for (uint64_t row = 0; row < down; ++row) {
-            const uint64_t i = column * down + row;
-            samples[row * scratch.row_length + column] = i < count ? input[i] : 0.0;
+    // 3. What is left, the last column perhaps in part.
+    for (uint64_t i = column * down; i < count; ++column) {
+        for (uint64_t row = 0; row < down && i < count; ++row, ++i) {
+            columns.samples[row * columns.row_length + column] = input[i];
         }
     }
 }
 
 template <typename V, unsigned WIDTH>
-void filterColumns(const phase_plan &plan, const neighbour_scratch &scratch, uint64_t column,
+void filterColumns(const phase_plan &plan, const neighbour_columns &columns, uint64_t column,
                    uint64_t lanes, int32_t *output) {
     int32_t *destinations[WIDTH];
     for (unsigned lane = 0; lane < lanes; ++lane) {
         destinations[lane] = output + (column + lane) * plan.up;
     }
-    const lane_tile tile = {scratch.samples + column, scratch.offsets, 0, destinations,
+    const lane_tile tile = {columns.samples + column, columns.offsets, 0, destinations,
                             static_cast<unsigned>(lanes)};
     phase_cursor cursor = {};
     filterTile<V, WIDTH>(plan, tile, cursor, plan.up);
 }
 
-// Rounds of one channel, as many as the scratch holds.
+// The narrowest tile that holds the lanes left, or the widest there is; narrow ones are bound by
+// the latency of their additions and gain nothing.
 template <typename V>
-void filterNeighbours(const phase_plan &plan, neighbour_scratch &scratch, const int32_t *input,
-                      int32_t *output, uint64_t rounds) {
+constexpr unsigned columnTileWidth(uint64_t left) {
+    unsigned width = V::NARROWEST;
+    while (width < left && width < SUMS_IN_FLIGHT * V::LANES) {
+        width *= 2;
+    }
+    return width;
+}
+
+template <typename V>
+void filterColumnTile(unsigned width, const phase_plan &plan, const neighbour_columns &columns,
+                      uint64_t column, uint64_t lanes, int32_t *output) {
     constexpr unsigned WIDEST = SUMS_IN_FLIGHT * V::LANES;
+    switch (width) {
+    case WIDEST:
+        return filterColumns<V, WIDEST>(plan, columns, column, lanes, output);
+    case WIDEST / 2:
+        return filterColumns<V, WIDEST / 2>(plan, columns, column, lanes, output);
+    case WIDEST / 4:
+        return filterColumns<V, WIDEST / 4>(plan, columns, column, lanes, output);
+    default:
+        return filterColumns<V, V::NARROWEST>(plan, columns, column, lanes, output);
+    }
+}
+
+// Rounds of one channel that a scratch of this length holds, a multiple of every tile's width.
+template <typename V>
+uint64_t mostNeighbours(const neighbour_columns &columns) {
+    constexpr uint64_t WIDEST = SUMS_IN_FLIGHT * V::LANES;
+    constexpr uint64_t SPARE_ZEROS = 3;
+    return (columns.row_length - columns.reach - SPARE_ZEROS) / WIDEST * WIDEST;
+}
+
+// Rounds of one channel, at most mostNeighbours.
+template <typename V>
+void filterNeighbours(const phase_plan &plan, const neighbour_columns &columns,
+                      const int32_t *input, int32_t *output, uint64_t rounds) {
+    constexpr uint64_t WIDEST = SUMS_IN_FLIGHT * V::LANES;
     const uint64_t count = (rounds - 1) * plan.down + samplesUnder(plan, plan.up);
-    const uint64_t padded = (rounds + V::LANES - 1) / V::LANES * V::LANES;
-    deinterleave<V>(input, count, plan.down, padded + scratch.reach, scratch);
-    uint64_t column = 0;
-    while (column < rounds) {
-        const uint64_t left = rounds - column;
-        uint64_t lanes = V::NARROWEST;
-        if (padded - column >= WIDEST) {
-            lanes = smaller(left, WIDEST);
-            filterColumns<V, WIDEST>(plan, scratch, column, lanes, output);
-        } else if (WIDEST > 32 && padded - column >= 32) {
-            lanes = smaller(left, 32);
-            filterColumns<V, WIDEST / 2>(plan, scratch, column, lanes, output);
-        } else if (padded - column >= 16) {
-            lanes = smaller(left, 16);
-            filterColumns<V, 16>(plan, scratch, column, lanes, output);
-        } else if (padded - column >= 8) {
-            lanes = smaller(left, 8);
-            filterColumns<V, 8>(plan, scratch, column, lanes, output);
-        } else {
-            lanes = smaller(left, V::NARROWEST);
-            filterColumns<V, V::NARROWEST>(plan, scratch, column, lanes, output);
-        }
-        column += lanes;
+    const uint64_t last_tile = rounds / WIDEST * WIDEST;
+    const uint64_t padded = last_tile + columnTileWidth<V>(rounds - last_tile);
+    fillColumns<V>(input, count, plan.down,
+                   smaller(padded, mostNeighbours<V>(columns)) + columns.reach, columns);
+    for (uint64_t column = 0; column < rounds; column += WIDEST) {
+        const uint64_t lanes = smaller(rounds - column, WIDEST);
+        filterColumnTile<V>(columnTileWidth<V>(lanes), plan, columns, column, lanes, output);
     }
 }
 

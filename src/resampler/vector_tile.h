@@ -6,7 +6,8 @@
 // Shared by the vector forms; internal linkage, see vector_phases.h.
 namespace {
 
-constexpr unsigned SCRATCH_DOUBLES = 5120; // 40 KiB: a first-level cache holds it
+// The one scratch of a call, in its outermost frame; 40 KiB, which a first-level cache holds.
+constexpr unsigned SCRATCH_DOUBLES = 5120;
 constexpr unsigned SUMS_PER_CHUNK = 1024;
 constexpr unsigned SUMS_IN_FLIGHT = 8; // vectors; enough to hide the latency of an addition
 

@@ -27,6 +27,10 @@ void transposeFour(__m128i (&block)[4]) {
     block[3] = _mm_unpackhi_epi64(high_01, high_23);
 }
 
+__m128i loadTwo(const int32_t *samples) {
+    return _mm_loadl_epi64(reinterpret_cast<const __m128i *>(samples));
+}
+
 // Four sources' samples [0, rows), as doubles, into four columns of the scratch.
 template <typename V>
 void gatherFour(const int32_t *const *sources, uint64_t rows, double *scratch, size_t row_stride) {
@@ -40,7 +44,16 @@ void gatherFour(const int32_t *const *sources, uint64_t rows, double *scratch, s
         V::storeDoubles(scratch + (row + 2) * row_stride, block[2]);
         V::storeDoubles(scratch + (row + 3) * row_stride, block[3]);
     }
-    for (; row < rows; ++row) {
+    if (row + 2 <= rows) {
+        const __m128i low =
+            _mm_unpacklo_epi32(loadTwo(sources[0] + row), loadTwo(sources[1] + row));
+        const __m128i high =
+            _mm_unpacklo_epi32(loadTwo(sources[2] + row), loadTwo(sources[3] + row));
+        V::storeDoubles(scratch + row * row_stride, _mm_unpacklo_epi64(low, high));
+        V::storeDoubles(scratch + (row + 1) * row_stride, _mm_unpackhi_epi64(low, high));
+        row += 2;
+    }
+    if (row < rows) {
         V::storeDoubles(
             scratch + row * row_stride,
             _mm_setr_epi32(sources[0][row], sources[1][row], sources[2][row], sources[3][row]));
