@@ -1,5 +1,6 @@
 # What `cmake --install` lays down. All of it may be moved to another prefix as a whole.
-# Components: runtime (the library), development (header, pkg-config file, CMake package), tool.
+# Components: runtime (the library), development (header, pkg-config file, CMake package) and
+# tool (what tools/ installs).
 
 include(CMakePackageConfigHelpers)
 
@@ -43,14 +44,10 @@ install(
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
     COMPONENT development)
 
-# The tool finds the library beside itself; under /usr the dynamic linker knows the place anyway.
-if(TARGET zt-audio-convert)
-    if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
-        file(RELATIVE_PATH ZT_TOOL_TO_LIBRARY /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
-        set_target_properties(zt-audio-convert PROPERTIES INSTALL_RPATH
-                                                          $ORIGIN/${ZT_TOOL_TO_LIBRARY})
-    endif()
-    install(TARGETS zt-audio-convert RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
+# The tool finds the library from its own place; under /usr the dynamic linker finds it anyway.
+if(TARGET zt-audio-convert AND NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+    file(RELATIVE_PATH ZT_TOOL_TO_LIBRARY /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
+    set_target_properties(zt-audio-convert PROPERTIES INSTALL_RPATH $ORIGIN/${ZT_TOOL_TO_LIBRARY})
 endif()
 
 include(${CMAKE_CURRENT_LIST_DIR}/packages.cmake)

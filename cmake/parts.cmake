@@ -9,6 +9,7 @@ if(PkgConfig_FOUND)
 endif()
 
 if(CLI11_FOUND AND SNDFILE_FOUND)
+    set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME tool)
     add_subdirectory(tools)
 else()
     message(STATUS "zt-audio-convert is left out: it needs libcli11-dev, libsndfile1-dev, pkg-config")
@@ -28,4 +29,10 @@ endif()
 
 if(ZT_FUZZ)
     add_subdirectory(fuzz)
+endif()
+
+add_subdirectory(examples)
+
+if(BUILD_TESTING)
+    include(tests/packaging.cmake)
 endif()

@@ -1,0 +1,57 @@
+#!/usr/bin/env bash
+# Installs a build, moves the tree elsewhere and builds a plain C11 host against it, once by
+# pkg-config and once by the CMake package; then starts what it installed of the programs PROGRAM.
+# Usage: install_test.sh SOURCE_DIR BUILD_DIR WORK_DIR CC [PROGRAM]...
+set -euo pipefail
+source_dir=$1
+build_dir=$2
+work=$3
+cc=$4
+programs=("${@:5}")
+name=zt_trans_audio_converter
+host=$source_dir/examples/convert_in_memory.c
+expected=$source_dir/examples/expected/convert_in_memory.txt
+
+rm -rf "$work"
+mkdir -p "$work/host"
+cmake --install "$build_dir" --prefix "$work/first" >/dev/null
+DESTDIR=$work/stage cmake --install "$build_dir" --prefix /opt/zt >/dev/null
+diff -r "$work/first" "$work/stage/opt/zt"
+mv "$work/first" "$work/moved"
+root=$work/moved
+if grep -rIlF -e "$work" -e "$build_dir" -e "$source_dir" "$root"; then
+    echo "these installed files name the folder they came from" >&2
+    exit 1
+fi
+library=$(find "$root" -name lib$name.so)
+library_dir=$(dirname "$library")
+readelf -d "$library" | grep -F "soname: [lib$name.so]" >/dev/null
+
+# runHost PROGRAM: it must load the moved library, and print what the example prints.
+runHost() {
+    LD_LIBRARY_PATH=$library_dir ldd "$1" | grep -F "$library" >/dev/null
+    LD_LIBRARY_PATH=$library_dir "$1" | diff -u "$expected" -
+}
+
+export PKG_CONFIG_PATH=$library_dir/pkgconfig
+read -ra flags < <(pkg-config --cflags --libs $name)
+"$cc" -std=c11 -Wall -Wextra -Wpedantic -Werror "$host" -o "$work/host/by_pkg_config" "${flags[@]}"
+runHost "$work/host/by_pkg_config"
+
+cat >"$work/host/CMakeLists.txt" <<END
+cmake_minimum_required(VERSION 3.25)
+project(host LANGUAGES C)
+find_package($name $(pkg-config --modversion $name) REQUIRED)
+add_executable(by_cmake $host)
+target_link_libraries(by_cmake PRIVATE zt::$name)
+END
+cmake -S "$work/host" -B "$work/host/build" -DCMAKE_C_COMPILER="$cc" \
+    -DCMAKE_PREFIX_PATH="$root" >/dev/null
+cmake --build "$work/host/build" >/dev/null
+runHost "$work/host/build/by_cmake"
+
+# Installed programs find the moved library by themselves.
+for program in "${programs[@]}"; do
+    "$root/bin/$program" --version
+    ldd "$root/bin/$program" | grep -F "$library" >/dev/null
+done
