@@ -1,0 +1,103 @@
+// zt-audio-convert: the library from the command line.
+#include "conversion.h"
+#include "errors.h"
+#include "options.h"
+#include "plan.h"
+#include "reports.h"
+#include "temporary_file.h"
+
+#include <exception>
+#include <iostream>
+
+namespace {
+
+std::vector<std::unique_ptr<audio_source>> openSources(const tool_options &options) {
+    std::vector<std::unique_ptr<audio_source>> sources;
+    for (const split_input &split : options.split_inputs)
+        sources.push_back(openSource(split.path, options.raw));
+    if (!options.input.empty())
+        sources.push_back(openSource(options.input, options.raw));
+    return sources;
+}
+
+std::vector<source_description> describe(const std::vector<std::unique_ptr<audio_source>> &sources,
+                                         const tool_options &options) {
+    std::vector<source_description> descriptions;
+    for (const auto &source : sources)
+        descriptions.push_back(source->description);
+    if (descriptions.empty())
+        descriptions.push_back(assumedSource(options));
+    return descriptions;
+}
+
+void convert(const tool_options &options, const conversion_plan &plan,
+             std::vector<std::unique_ptr<audio_source>> &sources, std::ostream &reports) {
+    progress_bar progress(plan.input_frames, plan.settings.input_sample_rate, options.quiet);
+    conversion_work work{plan,    options.block, sources, {}, options.levels || options.stats,
+                         progress};
+    for (const output_target &target : plan.targets)
+        work.sinks.push_back(openSink(target));
+    const conversion_outcome outcome = runConversion(work);
+    progress.clear();
+    for (const auto &sink : work.sinks)
+        sink->commit();
+    if (options.levels)
+        printLevels(reports, plan, outcome);
+    if (options.stats)
+        printStats(reports, plan, outcome);
+}
+
+void run(const tool_options &options) {
+    std::ostream &reports = options.output == "-" ? std::cerr : std::cout;
+    std::vector<std::unique_ptr<audio_source>> sources = openSources(options);
+    const std::vector<source_description> descriptions = describe(sources, options);
+    const conversion_plan plan = makePlan(options, descriptions);
+    if (options.show_matrix)
+        printMatrix(reports, plan, true);
+    if (options.show_filter)
+        printFilter(reports, plan);
+    if (options.show_matrix || options.show_filter)
+        return;
+    if (options.info) {
+        printInfo(reports, plan, descriptions);
+        printMatrix(reports, plan, false);
+    }
+    for (const std::string &note : plan.notes)
+        if (!options.info && !options.quiet)
+            std::cerr << PROGRAM_NAME << ": note: " << note << "\n";
+    for (const output_target &target : plan.targets)
+        checkTarget(target);
+    if (options.dry_run) {
+        newConverter(plan.settings);
+        printPrediction(reports, plan);
+    } else if (!plan.targets.empty()) {
+        convert(options, plan, sources, reports);
+    }
+    reports.flush();
+    if (!reports)
+        throw conversion_error("standard output: cannot write the report");
+}
+
+int report(const std::string &fault, int status) {
+    std::cerr << PROGRAM_NAME << ": " << fault << "\n";
+    return status;
+}
+
+} // namespace
+
+int main(int argument_count, char **arguments) {
+    try {
+        installSignalHandlers();
+        if (const auto options = parseOptions(argument_count, arguments))
+            run(*options);
+        return EXIT_DONE;
+    } catch (const usage_error &error) {
+        report(error.what(), EXIT_USAGE);
+        std::cerr << usageText() << "Try '" << PROGRAM_NAME << " --help' for the options.\n";
+        return EXIT_USAGE;
+    } catch (const std::bad_alloc &) {
+        return report("out of memory", EXIT_CONVERSION_FAILED);
+    } catch (const std::exception &error) {
+        return report(error.what(), EXIT_CONVERSION_FAILED);
+    }
+}
