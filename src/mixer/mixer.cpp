@@ -1,6 +1,6 @@
 #include "mixer/mixer.h"
 
-#include "mixer/mix_apply.h"
+#include "mixer/mix_forms.h"
 #include "mixer/mix_matrix_design.h"
 
 #include <cstring>
@@ -67,11 +67,11 @@ uint32_t mixerRun(audio_converter &converter, uint32_t n) {
             channels[slot] = work.data[slot] + work.count;
         }
         if (converter.mix_enabled != 0) {
-            applyMixMatrix(converter.mix_matrix, channels, n, settings.input_channels,
-                           settings.output_channels);
+            mixChannels(converter.level, converter.mix_matrix, channels, n, settings.input_channels,
+                        settings.output_channels);
         } else {
-            reorderChannels(channels, n, settings.input_order_map, settings.output_order_map,
-                            settings.input_channels);
+            moveChannels(channels, n, settings.input_order_map, settings.output_order_map,
+                         settings.input_channels);
         }
     }
     work.count += n;

@@ -1,0 +1,126 @@
+#pragma once
+
+#include "mixer/mix_forms.h"
+
+#include <cstddef>
+#include <emmintrin.h>
+
+// Shared by the vector forms. Everything has internal linkage: each instruction set's unit owns
+// its copy, compiled for that set. A form V gives its vector of LANES doubles and the operations
+// on it; lanes are frames.
+namespace {
+
+constexpr unsigned MIX_VECTORS = 4; // of frames in a tile
+
+// The gains that count, output by output, inputs ascending. A gain of zero is left out: samples
+// are finite, so its product is +0.0 or -0.0, which adds nothing to a sum that began at +0.0.
+struct mix_term {
+    unsigned input;
+    double gain;
+};
+
+struct mix_plan {
+    mix_term terms[AUDIO_MAX_CHANNELS][AUDIO_MAX_CHANNELS];
+    unsigned term_count[AUDIO_MAX_CHANNELS];
+    bool input_used[AUDIO_MAX_CHANNELS];
+    unsigned inputs;
+    unsigned outputs;
+};
+
+// One tile's input, as doubles: read in whole before any output of the tile is written, since
+// outputs share the inputs' arrays.
+template <typename V>
+struct mix_tile {
+    static constexpr unsigned FRAMES = MIX_VECTORS * V::LANES;
+    alignas(64) double samples[AUDIO_MAX_CHANNELS][FRAMES];
+};
+
+void planMix(mix_plan &plan, const gain_matrix &matrix, unsigned inputs, unsigned outputs) {
+    plan.inputs = inputs;
+    plan.outputs = outputs;
+    for (unsigned i = 0; i < inputs; ++i) {
+        plan.input_used[i] = false;
+    }
+    for (unsigned o = 0; o < outputs; ++o) {
+        plan.term_count[o] = 0;
+        for (unsigned i = 0; i < inputs; ++i) {
+            const double gain = matrix[i][o];
+            if (gain != 0.0) {
+                plan.terms[o][plan.term_count[o]++] = {i, gain};
+                plan.input_used[i] = true;
+            }
+        }
+    }
+}
+
+// The sums of one output, all frames of the tile.
+template <typename V>
+void mixOutput(const mix_plan &plan, const mix_tile<V> &tile, unsigned output, int32_t *samples) {
+    typename V::vector sums[MIX_VECTORS];
+    for (unsigned v = 0; v < MIX_VECTORS; ++v) {
+        sums[v] = V::zero();
+    }
+    for (unsigned t = 0; t < plan.term_count[output]; ++t) {
+        const mix_term &term = plan.terms[output][t];
+        const typename V::vector gain = V::broadcast(&term.gain);
+        const double *input = tile.samples[term.input];
+        for (unsigned v = 0; v < MIX_VECTORS; ++v) {
+            sums[v] = V::add(sums[v], V::multiply(V::load(input + v * V::LANES), gain));
+        }
+    }
+    for (unsigned v = 0; v < MIX_VECTORS; ++v) {
+        V::storeSamples(samples + v * V::LANES, sums[v]);
+    }
+}
+
+template <typename V>
+void mixWholeTile(const mix_plan &plan, mix_tile<V> &tile, const channel_pointers &channels,
+                  size_t frame) {
+    for (unsigned i = 0; i < plan.inputs; ++i) {
+        if (plan.input_used[i]) {
+            for (unsigned s = 0; s < tile.FRAMES; s += 4) {
+                V::storeDoubles(
+                    tile.samples[i] + s,
+                    _mm_loadu_si128(reinterpret_cast<const __m128i *>(channels[i] + frame + s)));
+            }
+        }
+    }
+    for (unsigned o = 0; o < plan.outputs; ++o) {
+        mixOutput<V>(plan, tile, o, channels[o] + frame);
+    }
+}
+
+// The last frames, fewer than a tile; what the tile holds behind them is silence.
+template <typename V>
+void mixPartOfTile(const mix_plan &plan, mix_tile<V> &tile, const channel_pointers &channels,
+                   size_t frame, size_t frames) {
+    for (unsigned i = 0; i < plan.inputs; ++i) {
+        for (size_t s = 0; s < tile.FRAMES; ++s) {
+            tile.samples[i][s] = s < frames ? channels[i][frame + s] : 0.0;
+        }
+    }
+    for (unsigned o = 0; o < plan.outputs; ++o) {
+        int32_t samples[mix_tile<V>::FRAMES];
+        mixOutput<V>(plan, tile, o, samples);
+        for (size_t s = 0; s < frames; ++s) {
+            channels[o][frame + s] = samples[s];
+        }
+    }
+}
+
+template <typename V>
+void runMix(const gain_matrix &matrix, const channel_pointers &channels, size_t n, unsigned inputs,
+            unsigned outputs) {
+    mix_plan plan;
+    planMix(plan, matrix, inputs, outputs);
+    mix_tile<V> tile;
+    size_t frame = 0;
+    for (; frame + tile.FRAMES <= n; frame += tile.FRAMES) {
+        mixWholeTile<V>(plan, tile, channels, frame);
+    }
+    if (frame < n) {
+        mixPartOfTile<V>(plan, tile, channels, frame, n - frame);
+    }
+}
+
+} // namespace
