@@ -51,23 +51,23 @@ struct avx2_vector {
     static vec exclusiveOr(vec a, vec b) {
         return _mm256_xor_si256(a, b);
     }
-    template <int Bits>
+    template <unsigned Bits>
     static vec shiftLeft32(vec v) {
         return _mm256_slli_epi32(v, Bits);
     }
-    template <int Bits>
+    template <unsigned Bits>
     static vec shiftRight32(vec v) {
         return _mm256_srli_epi32(v, Bits);
     }
-    template <int Bits>
+    template <unsigned Bits>
     static vec shiftRightSigned32(vec v) {
         return _mm256_srai_epi32(v, Bits);
     }
-    template <int Bits>
+    template <unsigned Bits>
     static vec shiftLeft64(vec v) {
         return _mm256_slli_epi64(v, Bits);
     }
-    template <int Bits>
+    template <unsigned Bits>
     static vec shiftRight64(vec v) {
         return _mm256_srli_epi64(v, Bits);
     }

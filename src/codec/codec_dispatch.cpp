@@ -5,46 +5,40 @@
 
 namespace {
 
-// A count of channels that the plain form alone takes.
-bool isPlainOnly(uint8_t format, uint8_t channels) {
-    return channels == 0 || channels > AUDIO_MAX_CHANNELS ||
-           (format == AUDIO_FORMAT_AES3 && channels % 2 != 0);
+codec_pair choosePlain(uint8_t format) {
+    switch (format) {
+    case AUDIO_FORMAT_LPCM_PAIRED:
+        return {decodeLpcmPaired, encodeLpcmPaired};
+    case AUDIO_FORMAT_LPCM_BE:
+        return {decodeLpcmBe, encodeLpcmBe};
+    case AUDIO_FORMAT_AES3:
+        return {decodeAes3Frames, encodeAes3Frames};
+    case AUDIO_FORMAT_FLOAT:
+        return {decodeFloat, encodeFloat};
+    default:
+        return {decodePcm, encodePcm};
+    }
+}
+
+codec_pair choosePair(cpu_level level, uint8_t format, uint8_t channels, uint8_t bits) {
+    const bool is_aes3 = format == AUDIO_FORMAT_AES3;
+    const bool has_vector_form =
+        channels >= 1 && channels <= AUDIO_MAX_CHANNELS && !(is_aes3 && channels % 2 != 0);
+    if (level < CPU_AVX2 || !has_vector_form) {
+        return choosePlain(format);
+    }
+    if (level >= CPU_AVX512 && (is_aes3 || format == AUDIO_FORMAT_FLOAT)) {
+        return chooseCodecAvx512(format, channels, bits);
+    }
+    return chooseCodecAvx2(format, channels, bits);
 }
 
 } // namespace
 
 decode_function chooseDecoder(cpu_level level, uint8_t format, uint8_t channels, uint8_t bits) {
-    if (level >= CPU_AVX2 && !isPlainOnly(format, channels)) {
-        return chooseCodecAvx2(format, channels, bits).decode;
-    }
-    switch (format) {
-    case AUDIO_FORMAT_LPCM_PAIRED:
-        return decodeLpcmPaired;
-    case AUDIO_FORMAT_LPCM_BE:
-        return decodeLpcmBe;
-    case AUDIO_FORMAT_AES3:
-        return decodeAes3Frames;
-    case AUDIO_FORMAT_FLOAT:
-        return decodeFloat;
-    default:
-        return decodePcm;
-    }
+    return choosePair(level, format, channels, bits).decode;
 }
 
 encode_function chooseEncoder(cpu_level level, uint8_t format, uint8_t channels, uint8_t bits) {
-    if (level >= CPU_AVX2 && !isPlainOnly(format, channels)) {
-        return chooseCodecAvx2(format, channels, bits).encode;
-    }
-    switch (format) {
-    case AUDIO_FORMAT_LPCM_PAIRED:
-        return encodeLpcmPaired;
-    case AUDIO_FORMAT_LPCM_BE:
-        return encodeLpcmBe;
-    case AUDIO_FORMAT_AES3:
-        return encodeAes3Frames;
-    case AUDIO_FORMAT_FLOAT:
-        return encodeFloat;
-    default:
-        return encodePcm;
-    }
+    return choosePair(level, format, channels, bits).encode;
 }

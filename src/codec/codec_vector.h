@@ -2,12 +2,16 @@
 
 #include "codec/codec_dispatch.h"
 
-// Both directions of a format, settled for a channel count and a depth.
+// Both directions of a format, settled for a channel count and a depth: they are called with no
+// other.
 struct codec_pair {
     decode_function decode;
     encode_function encode;
 };
 
-// The vector forms, each for processors that have its instruction set. 1 to 8 channels, an even
-// count for AES3; the functions take no other channel count and depth than they were chosen for.
+// The vector forms, for processors that have the instruction set. 1 to 8 channels, an even count
+// for AES3.
 codec_pair chooseCodecAvx2(uint8_t format, uint8_t channels, uint8_t bits);
+
+// AES3 and float alone: the other formats hardly compute and gain nothing from the width.
+codec_pair chooseCodecAvx512(uint8_t format, uint8_t channels, uint8_t bits);

@@ -70,27 +70,37 @@ struct group_layout {
     }
 };
 
-// Bytes of `groups` groups to interleaved samples. The lanes beyond the last group repeat it.
+// The groups that the lanes hold, from the group `first` on. Lanes beyond the last group repeat it.
+template <typename V, typename T>
+struct lane_groups {
+    T *at[V::LANES];
+
+    lane_groups(T *groups, size_t first, size_t count, size_t group_size) {
+        for (size_t i = 0; i < V::LANES; ++i) {
+            at[i] = groups + (first + i < count ? first + i : count - 1) * group_size;
+        }
+    }
+};
+
+// Bytes of `count` groups to interleaved samples.
 template <typename V, typename Depth>
-void groupsToTile(int32_t *tile, const uint8_t *in, size_t groups,
+void groupsToTile(int32_t *tile, const uint8_t *in, size_t count,
                   const group_layout<Depth> &layout) {
     using rows = typename Depth::template rows<2>;
-    for (size_t g = 0; g < groups; g += V::LANES) {
+    for (size_t g = 0; g < count; g += V::LANES) {
+        const lane_groups<V, const uint8_t> bytes(in, g, count, layout.group_bytes);
+        const lane_groups<V, int32_t> samples(tile, g, count, layout.group_samples);
         for (size_t row = 0; row < layout.row_count; ++row) {
             const size_t sample = layout.firstSample(row);
             __m128i lanes[V::LANES];
             for (size_t i = 0; i < V::LANES; ++i) {
-                const size_t group = g + i < groups ? g + i : groups - 1;
-                const uint8_t *bytes = in + group * layout.group_bytes;
-                const auto *words =
-                    reinterpret_cast<const __m128i *>(bytes + layout.wordsAt(sample));
-                lanes[i] = Depth::join(_mm_loadl_epi64(words), bytes + layout.highAt(sample));
+                const uint8_t *words = bytes.at[i] + layout.wordsAt(sample);
+                lanes[i] = Depth::join(_mm_loadl_epi64(reinterpret_cast<const __m128i *>(words)),
+                                       bytes.at[i] + layout.highAt(sample));
             }
             V::split(rows::unpack(V::join(lanes)), lanes);
             for (size_t i = 0; i < V::LANES; ++i) {
-                const size_t group = g + i < groups ? g + i : groups - 1;
-                int32_t *samples = tile + group * layout.group_samples + sample;
-                _mm_storeu_si128(reinterpret_cast<__m128i *>(samples), lanes[i]);
+                _mm_storeu_si128(reinterpret_cast<__m128i *>(samples.at[i] + sample), lanes[i]);
             }
         }
     }
@@ -98,25 +108,24 @@ void groupsToTile(int32_t *tile, const uint8_t *in, size_t groups,
 
 // The opposite.
 template <typename V, typename Depth>
-void tileToGroups(const int32_t *tile, uint8_t *out, size_t groups,
+void tileToGroups(const int32_t *tile, uint8_t *out, size_t count,
                   const group_layout<Depth> &layout) {
     using rows = typename Depth::template rows<2>;
-    for (size_t g = 0; g < groups; g += V::LANES) {
+    for (size_t g = 0; g < count; g += V::LANES) {
+        const lane_groups<V, const int32_t> samples(tile, g, count, layout.group_samples);
+        const lane_groups<V, uint8_t> bytes(out, g, count, layout.group_bytes);
         for (size_t row = 0; row < layout.row_count; ++row) {
             const size_t sample = layout.firstSample(row);
             __m128i lanes[V::LANES];
             for (size_t i = 0; i < V::LANES; ++i) {
-                const size_t group = g + i < groups ? g + i : groups - 1;
-                const int32_t *samples = tile + group * layout.group_samples + sample;
-                lanes[i] = _mm_loadu_si128(reinterpret_cast<const __m128i *>(samples));
+                lanes[i] =
+                    _mm_loadu_si128(reinterpret_cast<const __m128i *>(samples.at[i] + sample));
             }
             V::split(rows::pack(V::join(lanes)), lanes);
             for (size_t i = 0; i < V::LANES; ++i) {
-                const size_t group = g + i < groups ? g + i : groups - 1;
-                uint8_t *bytes = out + group * layout.group_bytes;
-                _mm_storel_epi64(reinterpret_cast<__m128i *>(bytes + layout.wordsAt(sample)),
-                                 lanes[i]);
-                Depth::storeHigh(bytes + layout.highAt(sample), lanes[i]);
+                uint8_t *words = bytes.at[i] + layout.wordsAt(sample);
+                _mm_storel_epi64(reinterpret_cast<__m128i *>(words), lanes[i]);
+                Depth::storeHigh(bytes.at[i] + layout.highAt(sample), lanes[i]);
             }
         }
     }
