@@ -27,9 +27,16 @@ library=$(find "$root" -name lib$name.so)
 library_dir=$(dirname "$library")
 readelf -d "$library" | grep -F "soname: [lib$name.so]" >/dev/null
 
-# runHost PROGRAM: it must load the moved library, and print what the example prints.
+# loadsMovedLibrary PROGRAM
+loadsMovedLibrary() {
+    local loaded
+    loaded=$(ldd "$1" | awk -v name="lib$name.so" '$1 == name { print $3 }')
+    [ "$loaded" -ef "$library" ] || { echo "$1 loads '$loaded'" && return 1; }
+}
+
+# runHost PROGRAM: it must print what the example prints.
 runHost() {
-    LD_LIBRARY_PATH=$library_dir ldd "$1" | grep -F "$library" >/dev/null
+    LD_LIBRARY_PATH=$library_dir loadsMovedLibrary "$1"
     LD_LIBRARY_PATH=$library_dir "$1" | diff -u "$expected" -
 }
 
@@ -53,5 +60,5 @@ runHost "$work/host/build/by_cmake"
 # Installed programs find the moved library by themselves.
 for program in "${programs[@]}"; do
     "$root/bin/$program" --version
-    ldd "$root/bin/$program" | grep -F "$library" >/dev/null
+    loadsMovedLibrary "$root/bin/$program"
 done
