@@ -1,0 +1,170 @@
+#include "guarded_buffer.h"
+#include "resampler/filter_design.h"
+#include "resampler/kernel_table.h"
+#include "resampler/resample_channel.h"
+#include "resampler/resample_channels.h"
+#include "resampler/resampler.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+// Every vector form of the resampler against the plain one: the same samples for every number of
+// outputs and channels, and nothing read or written beyond the arrays.
+
+namespace {
+
+struct rate_case {
+    const char *name;
+    uint32_t input_rate;
+    uint32_t output_rate;
+};
+
+// Neighbouring samples (M up to 32), rounds with and without a kernel table, L of every size.
+constexpr rate_case RATES[] = {
+    {"cd_to_dat", 44100, 48000},
+    {"dat_to_cd", 48000, 44100},
+    {"doubled", 48000, 96000},
+    {"halved", 96000, 48000},
+    {"sixth", 48000, 8000},
+    {"high_to_cd", 192000, 44100},
+    {"two_to_three", 2, 3},
+    {"step_32", 32, 441},
+    {"step_33", 33, 441},
+    {"step_33_few_phases", 33, 7},
+    {"seven_outputs_left", 441, 47},
+    {"far_apart", 4800, 1},
+    {"no_table_rows_apart", 5000, 9},
+    {"no_table_large", 8009, 8011},
+    {"one_to_many", 1, 5000},
+    {"table_near_limit", 2039, 2049},
+    {"several_windows", 9000, 313},
+};
+
+struct free_block {
+    void operator()(void *block) const {
+        free(block);
+    }
+};
+
+class resample_kernels : public testing::TestWithParam<rate_case> {
+protected:
+    void SetUp() override {
+        const rate_case &rates = GetParam();
+        const uint32_t divisor = greatestCommonDivisor(rates.input_rate, rates.output_rate);
+        state_.up_factor = rates.output_rate / divisor;
+        state_.down_factor = rates.input_rate / divisor;
+        state_.filter_length = 40 * state_.up_factor + 1;
+        state_.history = RESAMPLER_HISTORY;
+        // A gain above 1 makes full-scale samples saturate.
+        filter_.resize(state_.filter_length);
+        designResamplingFilter(filter_.data(), static_cast<int32_t>(filter_.size()),
+                               state_.up_factor, 9.0,
+                               0.6 / std::max(state_.up_factor, state_.down_factor));
+        state_.filter = filter_.data();
+        makeTable(rates);
+    }
+
+    void makeTable(const rate_case &rates) {
+        audio_converter_settings settings = {};
+        settings.input_sample_rate = rates.input_rate;
+        settings.output_sample_rate = rates.output_rate;
+        const size_t bytes = kernelTableBytes(detectCpuLevel(), settings);
+        ASSERT_LE(bytes, size_t{1} << 21);
+        if (bytes != 0) {
+            block_.reset(
+                static_cast<audio_converter *>(calloc(1, sizeof(audio_converter) + bytes)));
+            table_ = kernelTablePlace(*block_);
+            ASSERT_EQ(reinterpret_cast<uintptr_t>(table_) % 64, 0u);
+            fillKernelTable(state_, table_);
+        }
+    }
+
+    // Input samples that the first n outputs span.
+    uint64_t inputsFor(uint64_t n) const {
+        const uint64_t last = (n - 1) * state_.down_factor;
+        return n == 0 ? 0 : (last + state_.filter_length - 1) / state_.up_factor + 1;
+    }
+
+    void compare(uint32_t outputs, uint32_t channels);
+
+    resampler_state state_ = {};
+    std::vector<double> filter_;
+    std::unique_ptr<audio_converter, free_block> block_;
+    double *table_ = nullptr;
+    std::minstd_rand random_{1};
+};
+
+// Half of the samples are extreme.
+void fillSamples(std::minstd_rand &random, int32_t *samples, size_t count) {
+    for (size_t i = 0; i < count; ++i) {
+        const auto value = static_cast<uint32_t>(random() * 2u);
+        samples[i] = (value & 2) != 0   ? static_cast<int32_t>(value)
+                     : (value & 4) != 0 ? INT32_MAX
+                                        : INT32_MIN;
+    }
+}
+
+void resample_kernels::compare(uint32_t outputs, uint32_t channels) {
+    state_.channels = channels;
+    const uint64_t inputs = inputsFor(outputs);
+    std::vector<std::unique_ptr<guarded_buffer>> buffers;
+    std::vector<std::vector<int32_t>> expected(channels, std::vector<int32_t>(outputs));
+    const int32_t *from[AUDIO_MAX_CHANNELS];
+    int32_t *to[AUDIO_MAX_CHANNELS];
+    for (unsigned c = 0; c < channels; ++c) {
+        buffers.push_back(std::make_unique<guarded_buffer>(inputs * sizeof(int32_t)));
+        auto *samples = buffers.back()->ending<int32_t>(inputs);
+        fillSamples(random_, samples, inputs);
+        from[c] = samples;
+        resampleChannel(state_, from[c], expected[c].data(), outputs);
+    }
+    for (unsigned c = 0; c < channels; ++c) {
+        buffers.push_back(std::make_unique<guarded_buffer>(outputs * sizeof(int32_t)));
+    }
+    for (int level = CPU_SSE2; level <= detectCpuLevel(); ++level) {
+        SCOPED_TRACE(testing::Message() << "level " << level << ", " << channels << " channels, "
+                                        << outputs << " outputs");
+        for (unsigned c = 0; c < channels; ++c) {
+            to[c] = buffers[channels + c]->ending<int32_t>(outputs);
+        }
+        resampleChannels({&state_, table_, from, to, outputs}, static_cast<cpu_level>(level));
+        for (unsigned c = 0; c < channels; ++c) {
+            ASSERT_TRUE(std::equal(expected[c].begin(), expected[c].end(), to[c])) << "slot " << c;
+            ASSERT_TRUE(buffers[channels + c]->frontIsIntact()) << "slot " << c;
+        }
+    }
+}
+
+// Parts of a round, as a flush asks for.
+TEST_P(resample_kernels, FewOutputs) {
+    for (uint32_t outputs = 0; outputs <= 67; ++outputs) {
+        compare(outputs, 1 + outputs % AUDIO_MAX_CHANNELS);
+    }
+    compare(253, 2);
+}
+
+// Every number of lanes from one up to more than the widest tile, and a whole scratch.
+TEST_P(resample_kernels, WholeRounds) {
+    const uint32_t up = state_.up_factor;
+    for (uint32_t channels = 1; channels <= AUDIO_MAX_CHANNELS; ++channels) {
+        for (uint32_t rounds = 1; rounds <= 5 && rounds * up < 30000; ++rounds) {
+            compare(rounds * up, channels);
+            compare(rounds * up + up / 2, channels);
+        }
+    }
+    for (uint32_t rounds = 6; rounds <= 69 && rounds * up < 11000; ++rounds) {
+        compare(rounds * up + up / 3, 1);
+    }
+    compare(std::max(1u, std::min(5300u, 20000u / up)) * up, 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(Rates, resample_kernels, testing::ValuesIn(RATES),
+                         [](const auto &row) { return std::string(row.param.name); });
+
+} // namespace
