@@ -325,9 +325,10 @@ int32_t audioConverterInit(audio_converter *converter, bufstream *stream);
 /* Attaches the stream of one output slot of a converter whose output_separate_channels
  * is set. As audioConverterInit, and:
  *
- *   channel  output slot, 0 to 7. A stream in a slot that the output layout does not
- *            have is kept and never called. With slot 0 alone attached, that stream
- *            receives all channels interleaved.
+ *   channel  output slot, 0 to 7. Every slot needs a stream of its own. Channels whose
+ *            slot has no stream are dropped; a stream in a slot that the output layout
+ *            does not have is kept and never called. With slot 0 alone attached, that
+ *            stream receives all channels interleaved.
  *
  * Returns 1 silently for a channel outside 0 to 7, before any other check. */
 int32_t audioConverterInitChannel(audio_converter *converter, bufstream *stream, int32_t channel);
@@ -371,9 +372,11 @@ uint32_t audioConverterPutBytes(audio_converter *converter, const uint8_t *bytes
  *   channel     speaker channel, 0 to 7: the speaker's bit in input_channel_mask
  *
  * The samples wait in the channel's buffer until every active channel holds at least as
- * many as the largest block of any call so far; then a block as long as this call's
- * samples goes through. For LPCM output an odd sample may wait for its partner. Input of
- * a channel that the mask lacks is decoded and dropped block by block.
+ * many as the largest block of any call so far (one that ran out of memory included); then
+ * a block as long as this call's samples goes through. For LPCM output an odd sample waits
+ * for its partner. Feed the channels in turn: buffers grow to an exact fit, and what a
+ * channel keeps is moved after every block. Input of a channel that the mask lacks is
+ * never mixed, but counts in every other way: it drives blocks, and lengthens the stream.
  *
  * Returns 1 with nothing taken (repeat the call to go on) when the converter is null,
  * bytes is null and byte_count is not 0, the flag is clear (with a message), the input
@@ -382,9 +385,7 @@ uint32_t audioConverterPutBytes(audio_converter *converter, const uint8_t *bytes
  * called, a size limit is passed, or memory ran out.
  * Returns 1 with the bytes taken when the output refused, as in audioConverterPutBytes.
  * The block has then left the channel buffers; what was not written of it is dropped
- * with equal rates, and goes out first in the next call with a rate change.
- * Returns 1 with the block written when memory for moving a channel's remaining samples
- * ran out: the channels no longer agree, and the converter should be freed. */
+ * with equal rates, and goes out first in the next call with a rate change. */
 uint32_t audioConverterPutBytesOneChannel(audio_converter *converter, const uint8_t *bytes,
                                           uint32_t byte_count, uint8_t channel);
 
@@ -401,17 +402,18 @@ uint32_t audioConverterNoMoreDataInChannel(audio_converter *converter, uint32_t 
  * silence, then the tail of the rate conversion.
  *
  *   discard_tail  0: everything comes out, and an odd frame of LPCM output is completed
- *                 with one frame of silence. Other: what the rate conversion holds and a
- *                 waiting odd frame are dropped, and nothing is written after the
- *                 channel buffers
+ *                 with one frame of silence. Other: what the rate conversion holds is
+ *                 dropped, and nothing is written after the channel buffers
  *
  * Bytes of an incomplete interleaved input frame are dropped. The next call is normally
  * audioConverterFree; later input is safe, though separate-channel input is refused.
  *
  * Returns 0 even when a stream refused: the host knows, because its reserve gave null or
- * its room did not come. The part of the tail that was not written waits; another
- * audioConverterDone writes it. Returns 1 when converter is null or memory ran out: the
- * rest is kept, and calling again goes on. */
+ * its room did not come. What was not written waits, and another audioConverterDone writes
+ * it; but with equal rates, refused samples of the channel buffers are dropped. Once it
+ * has waited 2 seconds in vain, this call waits no more until a stream makes room again.
+ * Returns 1 when converter is null or memory ran out: the rest is kept, and calling again
+ * goes on. */
 uint32_t audioConverterDone(audio_converter *converter, uint32_t discard_tail);
 
 /* ---- Size arithmetic ------------------------------------------------------------ */

@@ -70,8 +70,9 @@ struct audio_converter {
     uint32_t largest_channel_block;
     // Samples of channel_input that the end of the stream has already sent, by speaker channel.
     uint32_t channel_input_sent[AUDIO_MAX_CHANNELS];
-    uint8_t done;    // audioConverterDone was called
-    uint8_t stalled; // the running call has waited for the streams' room in vain
+    uint8_t odd_sample_waits; // an earlier call's, for LPCM output at equal rates
+    uint8_t done;             // audioConverterDone was called
+    uint8_t stalled;          // the running call has waited for the streams' room in vain
 
     cpu_level level; // which vector forms run; fixed at creation
     // Coefficients as the vector forms read them, behind the record in the instance's own block;

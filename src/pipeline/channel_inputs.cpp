@@ -72,22 +72,14 @@ uint32_t copyBlock(audio_converter &converter, uint32_t samples) {
     return 0;
 }
 
-// Moves `count` samples to the start of an array.
-uint32_t moveToStart(const audio_converter &converter, unsigned channel, uint32_t from,
-                     uint32_t count) {
-    int32_t *array = converter.channel_input[channel];
-    if (count <= converter.channel_input_capacity[channel] / 2) {
-        memmove(array, array + from, count * sizeof(int32_t));
-        return 0;
-    }
-    int32_t *temporary = allocateSamples(converter, count);
-    if (temporary == nullptr) {
-        return 1;
-    }
-    memcpy(temporary, array + from, count * sizeof(int32_t));
-    memcpy(array, temporary, count * sizeof(int32_t));
-    converter.free(temporary);
-    return 0;
+// What a channel keeps when a block is removed from it.
+uint32_t remainderOf(const audio_converter &converter, unsigned channel, uint32_t samples) {
+    const uint32_t count = converter.channel_input_count[channel];
+    return count - std::min(count, samples);
+}
+
+bool needsTemporary(const audio_converter &converter, unsigned channel, uint32_t remainder) {
+    return remainder > converter.channel_input_capacity[channel] / 2;
 }
 
 } // namespace
@@ -123,18 +115,38 @@ uint32_t presentBlock(audio_converter &converter, uint32_t samples) {
     return hasEqualRates(converter) ? lendBlock(converter, samples) : copyBlock(converter, samples);
 }
 
-uint32_t compactChannelInputs(audio_converter &converter, uint32_t samples) {
-    if (samples == 0) {
-        return 0;
-    }
-    for (unsigned c = 0; c < AUDIO_MAX_CHANNELS; ++c) {
-        uint32_t &count = converter.channel_input_count[c];
-        count -= std::min(count, samples);
-        if (count != 0 && moveToStart(converter, c, samples, count) != 0) {
-            return 1;
+uint32_t longestChannelInput(const audio_converter &converter) {
+    return *std::max_element(converter.channel_input_count,
+                             converter.channel_input_count + AUDIO_MAX_CHANNELS);
+}
+
+uint32_t compactionTemporary(const audio_converter &converter, uint32_t samples) {
+    uint32_t largest = 0;
+    for (unsigned c = 0; c < AUDIO_MAX_CHANNELS && samples != 0; ++c) {
+        const uint32_t remainder = remainderOf(converter, c, samples);
+        if (needsTemporary(converter, c, remainder)) {
+            largest = std::max(largest, remainder);
         }
     }
-    return 0;
+    return largest;
+}
+
+void compactChannelInputs(audio_converter &converter, uint32_t samples, int32_t *temporary) {
+    for (unsigned c = 0; c < AUDIO_MAX_CHANNELS && samples != 0; ++c) {
+        const uint32_t remainder = remainderOf(converter, c, samples);
+        converter.channel_input_count[c] = remainder;
+        if (remainder == 0) {
+            continue;
+        }
+        int32_t *array = converter.channel_input[c];
+        const size_t bytes = remainder * sizeof(int32_t);
+        if (needsTemporary(converter, c, remainder)) {
+            memcpy(temporary, array + samples, bytes);
+            memcpy(array, temporary, bytes);
+        } else {
+            memmove(array, array + samples, bytes);
+        }
+    }
 }
 
 void advanceChannelInputs(audio_converter &converter, uint32_t samples) {

@@ -18,11 +18,16 @@ uint32_t growChannelInput(audio_converter &converter, unsigned channel, uint64_t
 // no channel has then lost a sample.
 uint32_t presentBlock(audio_converter &converter, uint32_t samples);
 
+// The samples of the speaker channel that holds most.
+uint32_t longestChannelInput(const audio_converter &converter);
+
+// Samples of the temporary block that compactChannelInputs needs after a block of `samples`: what
+// the fullest of the channels keeps that have more than half their array to move; 0 for none.
+uint32_t compactionTemporary(const audio_converter &converter, uint32_t samples);
+
 // Removes a block from every speaker channel and moves what remains to the start of its array,
-// through a temporary block where that is more than half the array. Returns 1 when there is no
-// memory for one: that channel's count is lowered but its samples not moved, and later channels
-// still hold the block.
-uint32_t compactChannelInputs(audio_converter &converter, uint32_t samples);
+// through the temporary block where that is more than half the array.
+void compactChannelInputs(audio_converter &converter, uint32_t samples, int32_t *temporary);
 
 // Removes a block from every speaker channel without moving anything: for the end of the stream,
 // where nothing is appended any more.

@@ -37,14 +37,20 @@ uint32_t nextDrainBlock(audio_converter &converter) {
 
 // Sends what the channel buffers hold. A refusing output does not stop it; memory does.
 uint32_t drainChannelInputs(audio_converter &converter) {
+    // What an earlier call could not write needs no further memory once it is gone.
+    writeOutput(converter, converter.resampled);
     for (uint32_t block = nextDrainBlock(converter); block != 0;
          block = nextDrainBlock(converter)) {
         bool taken;
-        runBlock(converter, block, taken);
+        const uint32_t result = runBlock(converter, block, taken);
         if (!taken) {
             return 1;
         }
         advanceChannelInputs(converter, block);
+        // Refused output piles up: room for all of it at once, not block by block.
+        if (result != 0 && resamplerReserve(converter, longestChannelInput(converter)) != 0) {
+            return 1;
+        }
     }
     return 0;
 }
@@ -80,7 +86,6 @@ uint32_t audioConverterDone(audio_converter *converter, uint32_t discard_tail) {
         return 1;
     }
     if (discard_tail != 0) {
-        set->count = 0;
         return 0;
     }
     if (completePair(*converter, *set) != 0) {

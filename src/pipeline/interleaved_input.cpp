@@ -100,7 +100,7 @@ uint32_t decodeInterleaved(audio_converter &converter, const input_bytes &input,
     }
     // The input is the host's block, so the carry is empty. Room for the tail and another block of
     // this size is what the next call needs.
-    return growCarry(converter, input.count + left, 0);
+    return growCarry(converter, input.count + tail.count, 0);
 }
 
 void keepTail(audio_converter &converter, const input_bytes &tail) {

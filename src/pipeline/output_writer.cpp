@@ -154,6 +154,7 @@ uint32_t writePasses(output_writer &writer, uint8_t &stalled) {
         if (pass.samples != 0) {
             commitPass(writer, pass);
             waiting = {};
+            stalled = 0;
             continue;
         }
         if (stalled != 0 || !waitForRoom(waiting)) {
@@ -178,7 +179,7 @@ void keepPending(const output_writer &writer, channel_buffer_set &set) {
 
 uint32_t writeOutput(audio_converter &converter, channel_buffer_set &set) {
     output_writer writer = startWriter(converter, set);
-    if (writer.pending < writer.unit) {
+    if (writer.pending == 0) {
         return 0;
     }
     if (!canProgress(writer)) {

@@ -1,5 +1,6 @@
 #include "pipeline/process_block.h"
 
+#include "api/buffers.h"
 #include "mixer/mixer.h"
 #include "pipeline/channel_inputs.h"
 #include "pipeline/output_writer.h"
@@ -25,9 +26,22 @@ uint32_t runBlock(audio_converter &converter, uint32_t samples, bool &taken) {
 }
 
 uint32_t processBlock(audio_converter &converter, uint32_t samples, bool &taken) {
+    // Secured first: a block that is written can then always be removed.
+    const uint32_t temporary_samples = compactionTemporary(converter, samples);
+    int32_t *temporary = nullptr;
+    taken = false;
+    if (temporary_samples != 0) {
+        temporary = allocateSamples(converter, temporary_samples);
+        if (temporary == nullptr) {
+            return 1;
+        }
+    }
     const uint32_t result = runBlock(converter, samples, taken);
-    if (taken && compactChannelInputs(converter, samples) != 0) {
-        return 1;
+    if (taken) {
+        compactChannelInputs(converter, samples, temporary);
+    }
+    if (temporary != nullptr) {
+        converter.free(temporary);
     }
     return result;
 }

@@ -2,6 +2,7 @@
 #include "codec/codec_dispatch.h"
 #include "pipeline/channel_inputs.h"
 #include "pipeline/messages.h"
+#include "pipeline/output_writer.h"
 #include "pipeline/process_block.h"
 #include "pipeline/size_limits.h"
 
@@ -67,12 +68,17 @@ bool writesPairs(const audio_converter &converter) {
 // Sends the block of a call, rounded down to whole pairs where the output needs them. The odd
 // samples of two calls make up a pair of their own.
 uint32_t sendBlock(audio_converter &converter, uint32_t samples, bool &taken) {
-    if (!writesPairs(converter)) {
+    if (!writesPairs(converter) || samples % PAIR == 0) {
         return processBlock(converter, samples, taken);
     }
-    const uint32_t odd = samples % PAIR;
-    const uint32_t result = processBlock(converter, samples - odd, taken);
-    if (result != 0 || odd == 0 || !everyActiveChannelHolds(converter, PAIR)) {
+    const uint32_t result = processBlock(converter, samples - 1, taken);
+    if (!taken) {
+        return result;
+    }
+    const bool completes_pair =
+        converter.odd_sample_waits != 0 && everyActiveChannelHolds(converter, PAIR);
+    converter.odd_sample_waits = !completes_pair;
+    if (result != 0 || !completes_pair) {
         return result;
     }
     bool pair_taken;
@@ -105,7 +111,8 @@ uint32_t audioConverterPutBytesOneChannel(audio_converter *converter, const uint
         return 1;
     }
     if (!everyActiveChannelHolds(*converter, waitThreshold(*converter))) {
-        return 0;
+        // Nothing new goes through; what an earlier call could not write does.
+        return writeOutput(*converter, converter->resampled);
     }
     bool taken;
     const uint32_t result = sendBlock(*converter, samples, taken);

@@ -43,6 +43,16 @@ void dropConsumed(channel_buffer_set &work, uint32_t consumed, uint32_t channels
 
 } // namespace
 
+uint32_t resamplerReserve(audio_converter &converter, uint32_t extra) {
+    if (hasEqualRates(converter)) {
+        return 0;
+    }
+    const resampler_state &state = converter.resampler;
+    const uint64_t held = uint64_t{converter.work.count} + extra;
+    return growChannelBufferSet(converter, converter.resampled,
+                                held * state.up_factor / state.down_factor, state.channels);
+}
+
 uint32_t resamplerRun(audio_converter &converter, channel_buffer_set **out) {
     if (hasEqualRates(converter)) {
         *out = &converter.work;

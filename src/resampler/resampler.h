@@ -14,6 +14,10 @@ size_t kernelTableBytes(cpu_level level, const audio_converter_settings &setting
 // out or the table would exceed 1 GiB; what was allocated stays with the converter.
 uint32_t resamplerSetup(audio_converter &converter);
 
+// Makes room in `resampled` for all that the samples `work` holds and `extra` more can yield. With
+// equal rates nothing is needed. Returns 1 when memory runs out.
+uint32_t resamplerReserve(audio_converter &converter, uint32_t extra);
+
 // Filters what `work` holds into `resampled`, behind what that holds, and drops the input that no
 // later output needs. `out` receives the set to write: `work` itself when the rates are equal.
 // Returns 1 when memory runs out: counts unchanged, `out` not stored.
