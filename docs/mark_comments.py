@@ -47,7 +47,8 @@ def clean_lines(text):
 def precedes_function(header, position):
     """Whether the declaration that follows is a function's; only there do parameters exist."""
     declaration = header[position:header.find(";", position)].lstrip()
-    return re.match(r"(typedef|struct|enum|#|/)", declaration) is None and "audioConverter" in declaration
+    other = re.match(r"(typedef|struct|enum|#|/)", declaration)
+    return other is None and "audioConverter" in declaration
 
 
 def mark(header):
@@ -66,13 +67,13 @@ def mark(header):
         return indent + "/** " + "\n".join(marked) + " */"
 
     marked = COMMENT.sub(replace, header)
-    marked = re.sub(r"(\S.*[^/\s]) +/\*( [^*]*\*/)$", r"\1 /**<\2", marked, flags=re.MULTILINE)
+    marked = re.sub(r"(?m)(\S.*[^/\s]) +/\*( [^*]*\*/)$", r"\1 /**<\2", marked)
     # The comment before a forward declaration is that of the record itself.
-    marked = re.sub(r"^typedef struct (\w+) \1;\n(?=struct \1 {)", "", marked, flags=re.MULTILINE)
+    marked = re.sub(r"(?m)^typedef struct (\w+) \1;\n(?=struct \1 {)", "", marked)
     # Two declarations in a row share the comment before the first.
     about, guard, code = marked.partition("#ifndef")
-    shared = r"(?<=;\n)((?:typedef|    \w).*\);|    uint8_t \w+\[.*;)$"
-    return about + guard + re.sub(shared, r"\1 /**< As the one before. */", code, flags=re.MULTILINE)
+    shared = r"(?m)(?<=;\n)((?:typedef|    \w).*\);|    uint8_t \w+\[.*;)$"
+    return about + guard + re.sub(shared, r"\1 /**< As the one before. */", code)
 
 
 sys.stdout.write(mark(open(sys.argv[1], encoding="utf-8").read()))

@@ -11,7 +11,7 @@ set(ZT_PLAIN_BUILD ${ZT_PACKAGING_DIR}/one/build)
 # zt_add_packaging_test(name script arguments...)
 function(zt_add_packaging_test name script)
     add_test(NAME packaging.${name} COMMAND ${PROJECT_SOURCE_DIR}/tests/${script} ${ARGN})
-    set_tests_properties(packaging.${name} PROPERTIES TIMEOUT 120)
+    set_tests_properties(packaging.${name} PROPERTIES TIMEOUT 300)
 endfunction()
 
 set(ZT_TOOL_BUILD)

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds the library from two copies of the tree, in folders of different names, and compares the
-# two files byte by byte. Usage: packaging_build_test.sh SOURCE_DIR WORK_DIR. The first build stays in
-# WORK_DIR/one/build, with debugging information, for the tests that need such a library.
+# two files byte by byte. Usage: packaging_build_test.sh SOURCE_DIR WORK_DIR. The first build stays
+# in WORK_DIR/one/build, with debugging information, for the tests that need such a library.
 set -euo pipefail
 source_dir=$1
 work_dir=$2

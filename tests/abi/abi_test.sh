@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Compares a library's exported symbols and its public types and functions with the ones kept in this
-# folder. Usage: abi_test.sh LIBRARY [--renew]; the library must carry g++'s debugging information.
-# --renew writes the kept files anew, for a change that is meant.
+# Compares a library's exported symbols and its public types and functions with the ones kept in
+# this folder. Usage: abi_test.sh LIBRARY [--renew]; the library must carry g++'s debugging
+# information. --renew writes the kept files anew, for a change that is meant.
 set -euo pipefail
 library=$1
 mode=${2:-}
