@@ -35,16 +35,18 @@
  * WHAT HOSTS ASK FIRST
  *
  * How many frames come out, and when? With equal rates every whole input frame
- * comes out in the call that completes it. With different rates, let
- * L / M = output rate / input rate in lowest terms. N input frames give exactly
- * N * L / M output frames (rounded down) by the end of audioConverterDone. A call
- * produces a multiple of L frames: with h frames held (20 of lead-in at the start
- * plus whatever earlier calls left) it produces
- *     (h * L - (40 * L + 1)) / M / L * L          (divisions round down, 0 if h is small)
- * so the first output needs 21 + M input frames. The output is not delayed: output
- * frame 0 is centred on input frame 0, so there is nothing to trim or compensate.
+ * comes out in the call that completes it (for the two LPCM formats, on either side,
+ * every whole pair of frames; a lone last input frame of theirs is dropped). With different rates,
+ * let L / M = output rate / input rate in lowest terms. N input frames give exactly N * L / M
+ * output frames (rounded down) by the end of audioConverterDone. A call produces a multiple of L
+ * frames: with h frames held (20 of lead-in at the start plus whatever earlier calls left) it
+ * produces (h * L - (40 * L + 1)) / M / L * L          (divisions round down, 0 if h is small) so
+ * the first output needs 21 + M input frames. The output is not delayed: output frame 0 is centred
+ * on input frame 0, so there is nothing to trim or compensate. With nearly coprime rates L and M
+ * are large: output then comes rarely, in large blocks.
  *
- * May input be cut anywhere? Yes, at any byte: an incomplete frame waits inside.
+ * May input be cut anywhere? Yes, at any byte: an incomplete frame waits inside. Only
+ * around AES3 block headers that are broken, or announce no payload, do cuts matter.
  * One converter serves one stream, from creation to audioConverterDone; a new
  * stream takes a new converter.
  *
@@ -56,9 +58,10 @@
  *
  * What happens to values out of range? Float input beyond full scale saturates;
  * not-a-number becomes 0. The resampler saturates. Designed mixing gains cannot
- * exceed full scale; a user matrix can, and a mixed sample at or beyond either limit
- * of the 32-bit range (or not a number) becomes -2147483648. Shorter depths truncate
- * towards minus infinity; nothing is rounded or dithered.
+ * exceed full scale; a user matrix can: a sum of 2147483648.0 or more, below
+ * -2147483648.0, or not a number becomes -2147483648. Shorter depths truncate towards
+ * minus infinity; nothing is rounded or dithered. The calling thread must have the
+ * floating-point environment it started with: rounding to nearest, no traps.
  *
  * RESULTS AND THREADS
  *

@@ -68,15 +68,19 @@ void releaseBlock(const audio_converter &converter, void *block) {
 
 audio_converter *audioConverterNew(callback_lookup lookup,
                                    const audio_converter_settings *settings) {
-    if (settings == nullptr || audioConverterCheckSettings(lookup, settings) != 0) {
+    if (settings == nullptr) {
         return nullptr;
     }
+    // Copied before the host is called back, so that what was checked is what is used.
+    audio_converter_settings effective = *settings;
+    if (audioConverterCheckSettings(lookup, &effective) != 0) {
+        return nullptr;
+    }
+    fillEffectiveSettings(effective);
     host_malloc allocate = lookupFunction<host_malloc>(lookup, "malloc");
     if (allocate == nullptr) {
         allocate = malloc;
     }
-    audio_converter_settings effective = *settings;
-    fillEffectiveSettings(effective);
 
     // The record, and behind it the vector forms' own coefficients.
     const cpu_level level = detectCpuLevel();

@@ -7,18 +7,29 @@ namespace {
 constexpr uint32_t AES3_HEADER_BYTES = 4;
 constexpr uint32_t AES3_EXTRA_BITS = 4;
 
+// A host that calls through a wider prototype leaves more than a byte in the register, and some
+// compilers rely on there being no more. Passing the value through an empty instruction makes
+// them look at its low 8 bits alone.
+uint32_t lowByte(uint32_t argument) {
+    __asm__("" : "+r"(argument));
+    return argument & 0xff;
+}
+
 } // namespace
 
-uint32_t audioConverterBytesToSamples(uint32_t bytes, uint8_t format, uint8_t channels,
-                                      uint8_t bits) {
+uint32_t audioConverterBytesToSamples(uint32_t bytes, uint8_t format_byte, uint8_t channel_byte,
+                                      uint8_t bit_byte) {
+    const uint32_t format = lowByte(format_byte);
+    const uint32_t channels = lowByte(channel_byte);
+    const uint32_t bits = lowByte(bit_byte);
     if (channels == 0 || bits == 0) {
         return 0;
     }
     switch (format) {
     case AUDIO_FORMAT_LPCM_PAIRED:
-        return bytes * 8 / bits / (2u * channels) * 2;
+        return bytes * 8 / bits / (2 * channels) * 2;
     case AUDIO_FORMAT_LPCM_BE:
-        return (bits == 20 ? bytes / 3 : bytes * 8 / bits) / (2u * channels) * 2;
+        return (bits == 20 ? bytes / 3 : bytes * 8 / bits) / (2 * channels) * 2;
     case AUDIO_FORMAT_AES3:
         // A header never makes up a whole frame of 40 bits or more, so it need not be subtracted.
         return bytes * 8 / ((bits + AES3_EXTRA_BITS) * channels);
@@ -27,8 +38,11 @@ uint32_t audioConverterBytesToSamples(uint32_t bytes, uint8_t format, uint8_t ch
     }
 }
 
-uint32_t audioConverterSamplesToBytes(uint32_t samples, uint8_t format, uint8_t channels,
-                                      uint8_t bits) {
+uint32_t audioConverterSamplesToBytes(uint32_t samples, uint8_t format_byte, uint8_t channel_byte,
+                                      uint8_t bit_byte) {
+    const uint32_t format = lowByte(format_byte);
+    const uint32_t channels = lowByte(channel_byte);
+    const uint32_t bits = lowByte(bit_byte);
     if (channels == 0 || bits == 0) {
         return 0;
     }
