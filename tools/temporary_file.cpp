@@ -99,6 +99,7 @@ void installSignalHandlers() {
             sigaction(signal_number, &action, nullptr);
     }
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
 }
 
 void checkWritable(const std::string &path) {

@@ -4,7 +4,7 @@
 #include <string>
 
 // Removes unfinished output files when SIGINT, SIGTERM or SIGHUP ends the program, and turns
-// SIGPIPE into an ordinary write error. Called once, before the first file.
+// SIGPIPE and SIGXFSZ into ordinary write errors. Called once, before the first file.
 void installSignalHandlers();
 
 // A file beside the final one, removed unless commit() renames it. At most 16 at a time.
