@@ -1,5 +1,6 @@
 #include "guarded_buffer.h"
 #include "resampler/filter_design.h"
+#include "resampler/filter_design_forms.h"
 #include "resampler/kernel_table.h"
 #include "resampler/resample_channel.h"
 #include "resampler/resample_channels.h"
@@ -166,5 +167,24 @@ TEST_P(resample_kernels, WholeRounds) {
 
 INSTANTIATE_TEST_SUITE_P(Rates, resample_kernels, testing::ValuesIn(RATES),
                          [](const auto &row) { return std::string(row.param.name); });
+
+// Tables of every length up to some batches of coefficients, in every vector form.
+TEST(filter_design_kernels, EqualTables) {
+    for (uint32_t phases = 1; phases <= 67; ++phases) {
+        const size_t length = 40 * phases + 1;
+        const double cutoff = (phases % 3 + 1) * 0.16 / phases;
+        std::vector<double> expected(length);
+        designResamplingFilter(expected.data(), static_cast<int32_t>(length), phases, 9.0, cutoff);
+        for (int level = CPU_SSE2; level <= detectCpuLevel(); ++level) {
+            guarded_buffer buffer(length * sizeof(double));
+            auto *table = buffer.ending<double>(length);
+            designFilterByLevel(static_cast<cpu_level>(level), table, static_cast<int32_t>(length),
+                                phases, 9.0, cutoff);
+            ASSERT_TRUE(std::equal(expected.begin(), expected.end(), table))
+                << "level " << level << ", " << phases << " phases";
+            ASSERT_TRUE(buffer.frontIsIntact());
+        }
+    }
+}
 
 } // namespace

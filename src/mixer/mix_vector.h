@@ -6,8 +6,7 @@
 #include <emmintrin.h>
 
 // Shared by the vector forms. Everything has internal linkage: each instruction set's unit owns
-// its copy, compiled for that set. A form V gives its vector of LANES doubles and the operations
-// on it; lanes are frames.
+// its copy, compiled for that set. Lanes are frames.
 namespace {
 
 constexpr unsigned MIX_VECTORS = 4; // of frames in a tile
@@ -62,14 +61,14 @@ void mixOutput(const mix_plan &plan, const mix_tile<V> &tile, unsigned output, i
     }
     for (unsigned t = 0; t < plan.term_count[output]; ++t) {
         const mix_term &term = plan.terms[output][t];
-        const typename V::vector gain = V::broadcast(&term.gain);
+        const typename V::vector gain = V::spread(term.gain);
         const double *input = tile.samples[term.input];
         for (unsigned v = 0; v < MIX_VECTORS; ++v) {
             sums[v] = V::add(sums[v], V::multiply(V::load(input + v * V::LANES), gain));
         }
     }
     for (unsigned v = 0; v < MIX_VECTORS; ++v) {
-        V::storeSamples(samples + v * V::LANES, sums[v]);
+        V::storeTruncated(samples + v * V::LANES, sums[v]);
     }
 }
 

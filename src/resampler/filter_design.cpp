@@ -2,15 +2,6 @@
 
 #include <cmath>
 
-namespace {
-
-constexpr double PI = 3.141592653589793;
-constexpr double TWO_PI = 6.283185307179586;
-
-constexpr double SERIES_LIMIT = 1e-4;
-
-} // namespace
-
 uint32_t greatestCommonDivisor(uint32_t a, uint32_t b) {
     while (b != 0) {
         const uint32_t remainder = a % b;
@@ -28,7 +19,7 @@ double besselI0(double half_x) {
         term = term * (half_x / k);
         k = k + 1.0;
         sum = sum + term * term;
-    } while (term > sum * SERIES_LIMIT);
+    } while (term > sum * BESSEL_SERIES_LIMIT);
     return sum;
 }
 

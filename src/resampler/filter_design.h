@@ -2,6 +2,12 @@
 
 #include <cstdint>
 
+constexpr double PI = 3.141592653589793;
+constexpr double TWO_PI = 6.283185307179586;
+
+// A term of besselI0 at most this share of the sum is the last.
+constexpr double BESSEL_SERIES_LIMIT = 1e-4;
+
 // Any correct form of Euclid's algorithm; both numbers nonzero.
 uint32_t greatestCommonDivisor(uint32_t a, uint32_t b);
 

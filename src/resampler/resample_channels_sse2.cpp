@@ -1,40 +1,12 @@
+#include "doubles_sse2.h"
 #include "resampler/vector_resampler.h"
-
-#include <emmintrin.h>
 
 namespace {
 
-struct sse2_form {
-    using vector = __m128d;
-    static constexpr unsigned LANES = 2;
+struct sse2_form : sse2_doubles {
     static constexpr unsigned NARROWEST = 4;
     static constexpr unsigned GROUPS = 2;
-    static constexpr unsigned FEW_LANES = 2;
-
-    static vector zero() {
-        return _mm_setzero_pd();
-    }
-    static vector load(const double *values) {
-        return _mm_loadu_pd(values);
-    }
-    static vector broadcast(const double *value) {
-        return _mm_set1_pd(*value);
-    }
-    static vector multiply(vector a, vector b) {
-        return _mm_mul_pd(a, b);
-    }
-    static vector add(vector a, vector b) {
-        return _mm_add_pd(a, b);
-    }
-    static void storeDoubles(double *values, __m128i samples) {
-        _mm_storeu_pd(values, _mm_cvtepi32_pd(samples));
-        _mm_storeu_pd(values + 2, _mm_cvtepi32_pd(_mm_srli_si128(samples, 8)));
-    }
-    // Saturates; below the range, the truncation itself gives the lowest sample.
-    static void storeSamples(int32_t *samples, vector sums) {
-        const vector bounded = _mm_min_pd(sums, _mm_set1_pd(2147483647.0));
-        _mm_storel_epi64(reinterpret_cast<__m128i *>(samples), _mm_cvttpd_epi32(bounded));
-    }
+    static constexpr unsigned FEW_LANES = 6;
 };
 
 } // namespace

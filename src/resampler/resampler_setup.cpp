@@ -2,6 +2,7 @@
 
 #include "api/buffers.h"
 #include "resampler/filter_design.h"
+#include "resampler/filter_design_forms.h"
 #include "resampler/kernel_table.h"
 
 #include <algorithm>
@@ -33,8 +34,8 @@ uint32_t designFilter(audio_converter &converter) {
         return 1;
     }
     state.filter_length = static_cast<uint32_t>(length);
-    designResamplingFilter(state.filter, static_cast<int32_t>(length), state.up_factor, KAISER_BETA,
-                           designCutoff(state));
+    designFilterByLevel(converter.level, state.filter, static_cast<int32_t>(length),
+                        state.up_factor, KAISER_BETA, designCutoff(state));
     return 0;
 }
 

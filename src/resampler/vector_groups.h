@@ -47,7 +47,7 @@ void filterGroups(const phase_plan &plan, const group_window &window, uint64_t g
     const size_t rows = plan.group_size / PHASES_PER_GROUP;
     for (size_t row = 0; row < rows; ++row) {
         for (unsigned g = 0; g < GROUPS; ++g) {
-            const typename V::vector sample = V::broadcast(samples[g] + row);
+            const typename V::vector sample = V::spread(samples[g][row]);
             const double *taps = coefficients[g] + row * PHASES_PER_GROUP;
             for (unsigned v = 0; v < VECTORS; ++v) {
                 sum[g][v] = V::add(sum[g][v], V::multiply(V::load(taps + v * V::LANES), sample));
@@ -57,7 +57,7 @@ void filterGroups(const phase_plan &plan, const group_window &window, uint64_t g
     for (unsigned g = 0; g < GROUPS; ++g) {
         int32_t sums[PHASES_PER_GROUP];
         for (unsigned v = 0; v < VECTORS; ++v) {
-            V::storeSamples(sums + v * V::LANES, sum[g][v]);
+            V::storeSaturated(sums + v * V::LANES, sum[g][v]);
         }
         const uint64_t phase = numbers[g] * PHASES_PER_GROUP;
         storeGroup(sums, output + phase, phases - phase);

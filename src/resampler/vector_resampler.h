@@ -5,9 +5,8 @@
 
 // Shared by the vector forms; internal linkage, see vector_phases.h.
 //
-// A form V gives its vector of LANES doubles and the operations on it; NARROWEST, the narrowest
-// tile (4 lanes or one vector); GROUPS, groups of phases in flight; FEW_LANES, up to which
-// single lanes run faster group by group than in a tile.
+// A form V is a vector of doubles with NARROWEST, the lanes of the narrowest tile; GROUPS, the
+// groups of phases in flight; and FEW_LANES, up to which lanes run faster group by group.
 namespace {
 
 template <typename V>

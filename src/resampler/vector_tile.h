@@ -41,7 +41,7 @@ void filterPhases(const phase_plan &plan, const lane_tile &tile, phase_cursor &c
     for (unsigned tap = 0; tap < taps; ++tap) {
         for (unsigned p = 0; p < PHASES; ++p) {
             const typename V::vector coefficient =
-                V::broadcast(coefficients[p] + tap * plan.tap_stride);
+                V::spread(coefficients[p][tap * plan.tap_stride]);
             const double *row = tile.samples + offsets[p][tap];
             for (unsigned v = 0; v < VECTORS; ++v) {
                 sum[p][v] =
@@ -51,7 +51,7 @@ void filterPhases(const phase_plan &plan, const lane_tile &tile, phase_cursor &c
     }
     for (unsigned p = 0; p < PHASES; ++p) {
         for (unsigned v = 0; v < VECTORS; ++v) {
-            V::storeSamples(sums + p * WIDTH + v * V::LANES, sum[p][v]);
+            V::storeSaturated(sums + p * WIDTH + v * V::LANES, sum[p][v]);
         }
     }
 }

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <cstdint>
+#include <immintrin.h>
+
+// Internal linkage: every unit that is compiled for this instruction set owns its copy.
+namespace {
+
+// A vector of doubles for the forms that are written once for all instruction sets, one rounding
+// to each operation. storeDoubles converts four samples. storeTruncated gives -2147483648 for
+// what leaves the 32-bit range or is not a number; storeSaturated, for numbers, gives the nearest
+// limit: below the range, the truncation itself does.
+struct avx512_doubles {
+    using vector = __m512d;
+    using mask = __mmask8;
+    static constexpr unsigned LANES = 8;
+
+    // Every lane is asked for by mask: g++ 12 warns about some forms without one.
+    static constexpr mask ALL = 0xff;
+
+    static vector zero() {
+        return _mm512_setzero_pd();
+    }
+    static vector spread(double value) {
+        return _mm512_set1_pd(value);
+    }
+    static vector load(const double *values) {
+        return _mm512_loadu_pd(values);
+    }
+    static void store(double *values, vector a) {
+        _mm512_storeu_pd(values, a);
+    }
+    static vector add(vector a, vector b) {
+        return _mm512_add_pd(a, b);
+    }
+    static vector subtract(vector a, vector b) {
+        return _mm512_sub_pd(a, b);
+    }
+    static vector multiply(vector a, vector b) {
+        return _mm512_mul_pd(a, b);
+    }
+    static vector divide(vector a, vector b) {
+        return _mm512_div_pd(a, b);
+    }
+    static vector squareRoot(vector a) {
+        return _mm512_maskz_sqrt_pd(ALL, a);
+    }
+    static mask greater(vector a, vector b) {
+        return _mm512_cmp_pd_mask(a, b, _CMP_GT_OQ);
+    }
+    static mask both(mask a, mask b) {
+        return static_cast<mask>(a & b);
+    }
+    static bool any(mask a) {
+        return a != 0;
+    }
+    static vector choose(mask a, vector where_set, vector where_clear) {
+        return _mm512_mask_blend_pd(a, where_clear, where_set);
+    }
+    static void storeDoubles(double *values, __m128i samples) {
+        _mm256_storeu_pd(values, _mm256_cvtepi32_pd(samples));
+    }
+    static void storeTruncated(int32_t *samples, vector a) {
+        _mm256_storeu_si256(reinterpret_cast<__m256i *>(samples),
+                            _mm512_maskz_cvttpd_epi32(ALL, a));
+    }
+    static void storeSaturated(int32_t *samples, vector a) {
+        storeTruncated(samples, _mm512_maskz_min_pd(ALL, a, spread(2147483647.0)));
+    }
+};
+
+} // namespace
