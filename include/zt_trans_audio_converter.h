@@ -269,8 +269,8 @@ struct bufstream {
     uint32_t (*free_bytes)(bufstream *stream);
     /* A writable area for the next bytes; byte_count is what the writer would like to
      * write, and the area may be smaller. With separate output streams, an area that
-     * shall hold byte_count needs room for byte_count times the output channels. Null: the stream takes no more; the call that
-     * was writing returns 1. */
+     * shall hold byte_count needs room for byte_count times the output channels. Null: the stream
+     * takes no more; the call that was writing returns 1. */
     uint8_t *(*reserve)(bufstream *stream, uint32_t byte_count);
     /* The first byte_count bytes of the area are written. */
     void (*commit)(bufstream *stream, uint32_t byte_count);
