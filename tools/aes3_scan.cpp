@@ -35,9 +35,10 @@ aes3_scan::aes3_scan(const byte_format &format)
 
 void aes3_scan::takeHeader(const std::string &name) {
     const uint32_t word = headerWord(header);
-    if ((word & CODE_BITS) != expected_codes)
+    if ((word & CODE_BITS) != expected_codes) {
         throw conversion_error(name + ": no AES3 block of the given depth and channels at byte " +
                                std::to_string(stream_bytes - header.size()));
+    }
     block_bytes = bytesAfterHeader(word, frame_bytes);
     header_bytes = 0;
 }
@@ -54,16 +55,19 @@ void aes3_scan::take(std::span<const uint8_t> bytes, const std::string &name) {
         }
         stream_bytes += count;
         bytes = bytes.subspan(count);
-        if (header_bytes == header.size())
+        if (header_bytes == header.size()) {
             takeHeader(name);
+        }
     }
 }
 
 void aes3_scan::finish(const std::string &name) const {
-    if (header_bytes > 0 || payload_total % frame_bytes > 0)
+    if (header_bytes > 0 || payload_total % frame_bytes > 0) {
         throw conversion_error(name + ": ends in the middle of a frame");
-    if (block_bytes > 0)
+    }
+    if (block_bytes > 0) {
         throw conversion_error(name + ": ends in the middle of an AES3 block");
+    }
 }
 
 uint64_t aes3_scan::frameCount() const {
@@ -78,8 +82,9 @@ std::optional<uint64_t> countAes3Frames(const byte_reader &reader, const byte_fo
     for (uint64_t offset = 0; offset + header.size() <= size;) {
         reader.readAhead(offset, header);
         const uint32_t word = headerWord(header);
-        if ((word & CODE_BITS) != expectedCodes(format))
+        if ((word & CODE_BITS) != expectedCodes(format)) {
             return std::nullopt;
+        }
         const uint64_t block = bytesAfterHeader(word, frame_bytes);
         frames += block / frame_bytes;
         offset += header.size() + block;

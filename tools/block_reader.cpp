@@ -18,8 +18,9 @@ block_reader::block_reader(audio_source &from, size_t largest_block)
 }
 
 std::span<const uint8_t> block_reader::next(size_t byte_count) {
-    if (end - begin < byte_count)
+    if (end - begin < byte_count) {
         fill(byte_count);
+    }
     const size_t count = std::min(byte_count, end - begin);
     begin += count;
     return std::span<const uint8_t>(buffer).subspan(begin - count, count);
@@ -37,7 +38,8 @@ void block_reader::fill(size_t byte_count) {
         const size_t count = source.read(std::span(buffer).subspan(end, room));
         at_end = count == 0;
         end += count;
-        if (end % ALIGNMENT != 0 && end - begin < byte_count)
+        if (end % ALIGNMENT != 0 && end - begin < byte_count) {
             return fill(byte_count);
+        }
     }
 }

@@ -15,17 +15,20 @@ byte_reader::byte_reader(int open_descriptor, std::string name)
 }
 
 byte_reader::~byte_reader() {
-    if (descriptor > STDERR_FILENO)
+    if (descriptor > STDERR_FILENO) {
         close(descriptor);
+    }
 }
 
 size_t byte_reader::readSome(std::span<uint8_t> bytes) {
     for (;;) {
         const ssize_t count = ::read(descriptor, bytes.data(), bytes.size());
-        if (count >= 0)
+        if (count >= 0) {
             return static_cast<size_t>(count);
-        if (errno != EINTR)
+        }
+        if (errno != EINTR) {
             throw systemError(file_name, "cannot read");
+        }
     }
 }
 
@@ -35,8 +38,9 @@ size_t byte_reader::read(std::span<uint8_t> bytes) {
     ahead.erase(ahead.begin(), ahead.begin() + static_cast<std::ptrdiff_t>(filled));
     while (filled < bytes.size()) {
         const size_t count = readSome(bytes.subspan(filled));
-        if (count == 0)
+        if (count == 0) {
             break;
+        }
         filled += count;
     }
     return filled;
@@ -66,8 +70,9 @@ uint64_t byte_reader::remainingBytes() const {
 size_t byte_reader::readAhead(uint64_t offset, std::span<uint8_t> bytes) const {
     const off_t position = lseek(descriptor, 0, SEEK_CUR) + static_cast<off_t>(offset);
     const ssize_t count = pread(descriptor, bytes.data(), bytes.size(), position);
-    if (count < 0)
+    if (count < 0) {
         throw systemError(file_name, "cannot read");
+    }
     return static_cast<size_t>(count);
 }
 
@@ -81,11 +86,13 @@ int byte_reader::release() {
 }
 
 int openForReading(const std::string &path) {
-    if (path == "-")
+    if (path == "-") {
         return STDIN_FILENO;
+    }
     const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0)
+    if (descriptor < 0) {
         throw systemError(path, "cannot open");
+    }
     struct stat status {};
     if (fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode)) {
         close(descriptor);

@@ -21,10 +21,11 @@ public:
 
     conversion_outcome run() {
         const auto start = std::chrono::steady_clock::now();
-        if (work.plan.split_speakers.empty())
+        if (work.plan.split_speakers.empty()) {
             feedInterleaved();
-        else
+        } else {
             feedSeparately();
+        }
         check(audioConverterDone(converter.get(), 0));
         finish();
         const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
@@ -34,14 +35,17 @@ public:
 
 private:
     void makeMeters() {
-        if (!work.measure_levels)
+        if (!work.measure_levels) {
             return;
-        for (const auto &source : work.sources)
+        }
+        for (const auto &source : work.sources) {
             outcome.input_meters.push_back(std::make_unique<level_meter>(
                 source->description.bytes, source->description.depth));
-        for (const output_target &target : work.plan.targets)
+        }
+        for (const output_target &target : work.plan.targets) {
             outcome.output_meters.push_back(
                 std::make_unique<level_meter>(target.bytes, target.bytes.bits));
+        }
     }
 
     void attachStreams() {
@@ -51,24 +55,28 @@ private:
                 settings.out_frame_size + AES3_HEADER_BYTES,
                 [this, k](std::span<const uint8_t> bytes) { takeOutput(k, bytes); }));
             bufstream *operations = streams.back()->operations();
-            if (settings.output_separate_channels)
+            if (settings.output_separate_channels) {
                 audioConverterInitChannel(converter.get(), operations, static_cast<int32_t>(k));
-            else
+            } else {
                 audioConverterInit(converter.get(), operations);
+            }
         }
     }
 
     void takeOutput(size_t k, std::span<const uint8_t> bytes) {
-        if (k == 0)
+        if (k == 0) {
             outcome.output_frames += frameCount(work.plan.targets[k].bytes, bytes.size());
-        if (!outcome.output_meters.empty())
+        }
+        if (!outcome.output_meters.empty()) {
             outcome.output_meters[k]->takeWritten(bytes);
+        }
         work.sinks[k]->write(bytes);
     }
 
     void measureInput(size_t k, std::span<const uint8_t> bytes) {
-        if (!outcome.input_meters.empty())
+        if (!outcome.input_meters.empty()) {
             outcome.input_meters[k]->take(bytes);
+        }
     }
 
     void feedInterleaved() {
@@ -76,8 +84,9 @@ private:
         block_reader reader(*work.sources[0], work.block.byte_count);
         for (;;) {
             const std::span<const uint8_t> block = reader.next(sizes.next());
-            if (block.empty())
+            if (block.empty()) {
                 break;
+            }
             measureInput(0, block);
             check(audioConverterPutBytes(converter.get(), block.data(),
                                          static_cast<uint32_t>(block.size())));
@@ -92,14 +101,17 @@ private:
         const size_t group = groupBytes(work.sources[0]->description.bytes);
         block_sizes sizes(work.block);
         std::vector<block_reader> readers;
-        for (const auto &source : work.sources)
+        for (const auto &source : work.sources) {
             readers.emplace_back(*source, work.block.byte_count + group);
+        }
         std::vector<bool> ended(readers.size(), false);
         while (std::ranges::count(ended, false) > 0) {
             const size_t byte_count = (sizes.next() + group - 1) / group * group;
-            for (size_t k = 0; k < readers.size(); ++k)
-                if (!ended[k])
+            for (size_t k = 0; k < readers.size(); ++k) {
+                if (!ended[k]) {
                     ended[k] = !feedOneChannel(k, readers[k].next(byte_count));
+                }
+            }
             work.progress.update(longestRead());
         }
         outcome.input_frames = longestRead();
@@ -120,28 +132,33 @@ private:
 
     uint64_t longestRead() const {
         uint64_t frames = 0;
-        for (const auto &source : work.sources)
+        for (const auto &source : work.sources) {
             frames = std::max(frames, source->framesRead());
+        }
         return frames;
     }
 
     // After every call: a stream's own fault tells more than the library's status.
     void check(uint32_t status) const {
-        for (const auto &stream : streams)
+        for (const auto &stream : streams) {
             stream->rethrow();
-        if (status == 0)
+        }
+        if (status == 0) {
             return;
+        }
         const std::string reason = takeLibraryMessage();
         throw conversion_error(!reason.empty() ? reason : "the library is out of memory");
     }
 
     void finish() {
         const uint64_t expected = predictFrames(work.plan.settings, outcome.input_frames);
-        if (outcome.output_frames != expected)
+        if (outcome.output_frames != expected) {
             throw conversion_error(std::to_string(outcome.output_frames) + " frames came out, " +
                                    std::to_string(expected) + " were due");
-        for (const auto &sink : work.sinks)
+        }
+        for (const auto &sink : work.sinks) {
             sink->finish();
+        }
     }
 
     conversion_work &work;

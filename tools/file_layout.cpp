@@ -44,14 +44,18 @@ bool contains(const std::vector<unsigned> &positions, unsigned position) {
 
 // The library knows no side speakers: they stand in for a pair that the file does not have.
 std::string foldSides(std::vector<unsigned> &positions) {
-    if (!contains(positions, SIDE_LEFT) && !contains(positions, SIDE_LEFT + 1))
+    if (!contains(positions, SIDE_LEFT) && !contains(positions, SIDE_LEFT + 1)) {
         return {};
+    }
     unsigned pair = BACK_LEFT;
-    if (contains(positions, pair) || contains(positions, pair + 1))
+    if (contains(positions, pair) || contains(positions, pair + 1)) {
         pair = FRONT_LEFT_CENTRE;
-    for (unsigned &position : positions)
-        if (position == SIDE_LEFT || position == SIDE_LEFT + 1)
+    }
+    for (unsigned &position : positions) {
+        if (position == SIDE_LEFT || position == SIDE_LEFT + 1) {
             position = pair + (position - SIDE_LEFT);
+        }
+    }
     return "the file's side speakers are taken as " + std::string(speakerName(pair)) + " and " +
            speakerName(pair + 1);
 }
@@ -78,9 +82,11 @@ file_layout layoutFromPositions(std::vector<unsigned> positions) {
 
 file_layout layoutFromWaveMask(uint32_t wave_mask, unsigned channels) {
     std::vector<unsigned> positions;
-    for (unsigned position = 0; position < 32; ++position)
-        if (wave_mask >> position & 1)
+    for (unsigned position = 0; position < 32; ++position) {
+        if (wave_mask >> position & 1) {
             positions.push_back(position);
+        }
+    }
     return positions.size() == channels ? layoutFromPositions(positions) : file_layout{};
 }
 
@@ -97,7 +103,9 @@ std::vector<unsigned> positionsFromMapCodes(const std::vector<int> &codes) {
 
 std::vector<int> mapCodesFromPositions(const std::vector<unsigned> &positions) {
     std::vector<int> codes;
-    for (const unsigned position : positions)
+    codes.reserve(positions.size());
+    for (const unsigned position : positions) {
         codes.push_back(MAP_CODES[position]);
+    }
     return codes;
 }

@@ -28,8 +28,9 @@ constexpr named_layout NAMED_LAYOUTS[] = {
 std::vector<std::string> splitAtCommas(const std::string &text) {
     std::vector<std::string> parts;
     std::istringstream stream(text);
-    for (std::string part; std::getline(stream, part, ',');)
+    for (std::string part; std::getline(stream, part, ',');) {
         parts.push_back(part);
+    }
     return parts;
 }
 
@@ -37,20 +38,23 @@ uint32_t parseMask(const std::string &text) {
     uint32_t mask = 0;
     const char *end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data() + 2, end, mask, 16);
-    if (error != std::errc() || stop != end || mask == 0 || mask > SPEAKER_BITS)
+    if (error != std::errc() || stop != end || mask == 0 || mask > SPEAKER_BITS) {
         throw usage_error("layout '" + text + "': a mask is 0x1 to 0xFF, one bit per speaker");
+    }
     return mask;
 }
 
 order_map parseOrderNumbers(const std::vector<std::string> &parts, const std::string &text) {
     order_map order{};
-    if (parts.size() != order.size())
+    if (parts.size() != order.size()) {
         throw usage_error("order '" + text + "': an order map has eight numbers");
+    }
     for (size_t k = 0; k < order.size(); ++k) {
         const char *end = parts[k].data() + parts[k].size();
         const auto [stop, error] = std::from_chars(parts[k].data(), end, order[k]);
-        if (error != std::errc() || stop != end)
+        if (error != std::errc() || stop != end) {
             throw usage_error("order '" + text + "': '" + parts[k] + "' is not a place");
+        }
     }
     return order;
 }
@@ -63,11 +67,14 @@ const char *speakerName(unsigned speaker) {
 
 unsigned parseSpeaker(const std::string &text) {
     std::string upper;
-    for (const char letter : text)
+    for (const char letter : text) {
         upper += static_cast<char>(std::toupper(static_cast<unsigned char>(letter)));
-    for (unsigned speaker = 0; speaker < SPEAKER_NAMES.size(); ++speaker)
-        if (upper == SPEAKER_NAMES[speaker])
+    }
+    for (unsigned speaker = 0; speaker < SPEAKER_NAMES.size(); ++speaker) {
+        if (upper == SPEAKER_NAMES[speaker]) {
             return speaker;
+        }
+    }
     throw usage_error("'" + text + "' is no speaker (FL FR FC LFE BL BR FLC FRC)");
 }
 
@@ -81,11 +88,14 @@ uint32_t usualMask(unsigned channels) {
 }
 
 uint32_t parseLayout(const std::string &text) {
-    for (const named_layout &layout : NAMED_LAYOUTS)
-        if (text == layout.name)
+    for (const named_layout &layout : NAMED_LAYOUTS) {
+        if (text == layout.name) {
             return layout.mask;
-    if (text.starts_with("0x") || text.starts_with("0X"))
+        }
+    }
+    if (text.starts_with("0x") || text.starts_with("0X")) {
         return parseMask(text);
+    }
     uint32_t mask = 0;
     for (const std::string &name : splitAtCommas(text)) {
         uint32_t bit = 0;
@@ -97,8 +107,9 @@ uint32_t parseLayout(const std::string &text) {
                               "quad 4.1 5.0 5.1 7.0 7.1), nor speakers such as FL,FR,LFE, "
                               "nor a mask such as 0x3F");
         }
-        if (mask & bit)
+        if (mask & bit) {
             throw usage_error("layout '" + text + "' names " + name + " twice");
+        }
         mask |= bit;
     }
     return mask;
@@ -106,45 +117,56 @@ uint32_t parseLayout(const std::string &text) {
 
 std::string layoutText(uint32_t mask) {
     std::string speakers;
-    for (unsigned speaker = 0; speaker < AUDIO_MAX_CHANNELS; ++speaker)
-        if (mask >> speaker & 1)
+    for (unsigned speaker = 0; speaker < AUDIO_MAX_CHANNELS; ++speaker) {
+        if (mask >> speaker & 1) {
             speakers.append(speakers.empty() ? "" : " ").append(speakerName(speaker));
-    for (const named_layout &layout : NAMED_LAYOUTS)
-        if ((mask & SPEAKER_BITS) == layout.mask)
+        }
+    }
+    for (const named_layout &layout : NAMED_LAYOUTS) {
+        if ((mask & SPEAKER_BITS) == layout.mask) {
             return std::string(layout.name) + " (" + speakers + ")";
+        }
+    }
     return speakers;
 }
 
 order_map parseOrder(const std::string &text) {
     const std::vector<std::string> parts = splitAtCommas(text);
-    if (!text.empty() && std::isdigit(static_cast<unsigned char>(text.front())))
+    if (!text.empty() && std::isdigit(static_cast<unsigned char>(text.front()))) {
         return parseOrderNumbers(parts, text);
+    }
     order_map order{};
     uint8_t place = 0;
     for (const std::string &name : parts) {
         uint8_t &entry = order[parseSpeaker(name)];
-        if (entry != 0)
+        if (entry != 0) {
             throw usage_error("order '" + text + "' names " + name + " twice");
+        }
         entry = ++place;
     }
-    if (place == 0)
+    if (place == 0) {
         throw usage_error("an order needs at least one speaker");
+    }
     return order;
 }
 
 order_map ascendingOrder(uint32_t mask) {
     order_map order{};
     uint8_t place = 0;
-    for (unsigned speaker = 0; speaker < AUDIO_MAX_CHANNELS; ++speaker)
-        if (mask >> speaker & 1)
+    for (unsigned speaker = 0; speaker < AUDIO_MAX_CHANNELS; ++speaker) {
+        if (mask >> speaker & 1) {
             order[speaker] = ++place;
+        }
+    }
     return order;
 }
 
 std::vector<unsigned> slotSpeakers(uint32_t mask, const order_map &order) {
     std::vector<unsigned> speakers(speakerCount(mask));
-    for (unsigned speaker = 0; speaker < AUDIO_MAX_CHANNELS; ++speaker)
-        if (order[speaker] >= 1 && order[speaker] <= speakers.size())
+    for (unsigned speaker = 0; speaker < AUDIO_MAX_CHANNELS; ++speaker) {
+        if (order[speaker] >= 1 && order[speaker] <= speakers.size()) {
             speakers[order[speaker] - 1] = speaker;
+        }
+    }
     return speakers;
 }

@@ -21,9 +21,11 @@ audio_converter_settings decoderSettings(const byte_format &bytes) {
 
 // Groups of two frames: 4 bytes per channel, then one byte per channel of two nibbles.
 void swapNibbles(std::vector<uint8_t> &bytes, size_t channels) {
-    for (size_t k = 0; k < bytes.size(); ++k)
-        if (k % (5 * channels) >= 4 * channels)
+    for (size_t k = 0; k < bytes.size(); ++k) {
+        if (k % (5 * channels) >= 4 * channels) {
             bytes[k] = static_cast<uint8_t>(bytes[k] << 4 | bytes[k] >> 4);
+        }
+    }
 }
 
 } // namespace
@@ -34,19 +36,22 @@ level_meter::level_meter(const byte_format &bytes, uint8_t depth)
       levels(bytes.channels),
       decoded(65536, [this](std::span<const uint8_t> pcm) { measure(pcm); }),
       decoder(newUncountedConverter(decoderSettings(bytes))) {
-    if (bytes.format == AUDIO_FORMAT_FLOAT)
+    if (bytes.format == AUDIO_FORMAT_FLOAT) {
         positive_limit = 2147483646; // 1.0
+    }
     audioConverterInit(decoder.get(), decoded.operations());
 }
 
 void level_meter::take(std::span<const uint8_t> bytes) {
-    if (audioConverterPutBytes(decoder.get(), bytes.data(), static_cast<uint32_t>(bytes.size())))
+    if (audioConverterPutBytes(decoder.get(), bytes.data(), static_cast<uint32_t>(bytes.size()))) {
         throw conversion_error("the levels cannot be measured: out of memory");
+    }
 }
 
 void level_meter::takeWritten(std::span<const uint8_t> bytes) {
-    if (format.format != AUDIO_FORMAT_LPCM_PAIRED || format.bits != 20)
+    if (format.format != AUDIO_FORMAT_LPCM_PAIRED || format.bits != 20) {
         return take(bytes);
+    }
     swapped.assign(bytes.begin(), bytes.end());
     swapNibbles(swapped, format.channels);
     take(swapped);

@@ -20,8 +20,9 @@ constexpr size_t SIZE_ROOM = alignof(std::max_align_t);
 
 void *countedMalloc(size_t byte_count) {
     auto *block = static_cast<std::byte *>(std::malloc(byte_count + SIZE_ROOM));
-    if (block == nullptr)
+    if (block == nullptr) {
         return nullptr;
+    }
     std::memcpy(block, &byte_count, sizeof byte_count);
     ++counts.call_count;
     ++counts.live_blocks;
@@ -31,8 +32,9 @@ void *countedMalloc(size_t byte_count) {
 }
 
 void countedFree(void *block) {
-    if (block == nullptr)
+    if (block == nullptr) {
         return;
+    }
     std::byte *start = static_cast<std::byte *>(block) - SIZE_ROOM;
     size_t byte_count = 0;
     std::memcpy(&byte_count, start, sizeof byte_count);
@@ -52,24 +54,28 @@ int keepMessage(const char *format, ...) {
 }
 
 host_function lookUpPrinter(const char *name) {
-    if (std::strcmp(name, "err_printf") == 0)
+    if (std::strcmp(name, "err_printf") == 0) {
         return reinterpret_cast<host_function>(keepMessage);
+    }
     return nullptr;
 }
 
 host_function lookUpCounted(const char *name) {
-    if (std::strcmp(name, "malloc") == 0)
+    if (std::strcmp(name, "malloc") == 0) {
         return reinterpret_cast<host_function>(countedMalloc);
-    if (std::strcmp(name, "free") == 0)
+    }
+    if (std::strcmp(name, "free") == 0) {
         return reinterpret_cast<host_function>(countedFree);
+    }
     return lookUpPrinter(name);
 }
 
 converter_pointer createConverter(callback_lookup lookup,
                                   const audio_converter_settings &settings) {
     converter_pointer converter(audioConverterNew(lookup, &settings));
-    if (converter)
+    if (converter) {
         return converter;
+    }
     const std::string reason = takeLibraryMessage();
     throw conversion_error(!reason.empty()
                                ? reason
@@ -90,8 +96,9 @@ std::string takeLibraryMessage() {
 }
 
 void checkSettings(const audio_converter_settings &settings) {
-    if (audioConverterCheckSettings(lookUpPrinter, &settings) == 0)
+    if (audioConverterCheckSettings(lookUpPrinter, &settings) == 0) {
         return;
+    }
     const std::string reason = takeLibraryMessage();
     throw conversion_error(!reason.empty() ? reason
                                            : "a channel order does not fit its layout: every "

@@ -56,8 +56,9 @@ public:
         return &record.operations;
     }
     void rethrow() const {
-        if (fault)
+        if (fault) {
             std::rethrow_exception(fault);
+        }
     }
 
 private:

@@ -13,20 +13,25 @@ namespace {
 
 std::vector<std::unique_ptr<audio_source>> openSources(const tool_options &options) {
     std::vector<std::unique_ptr<audio_source>> sources;
-    for (const split_input &split : options.split_inputs)
+    for (const split_input &split : options.split_inputs) {
         sources.push_back(openSource(split.path, options.raw));
-    if (!options.input.empty())
+    }
+    if (!options.input.empty()) {
         sources.push_back(openSource(options.input, options.raw));
+    }
     return sources;
 }
 
 std::vector<source_description> describe(const std::vector<std::unique_ptr<audio_source>> &sources,
                                          const tool_options &options) {
     std::vector<source_description> descriptions;
-    for (const auto &source : sources)
+    descriptions.reserve(sources.size());
+    for (const auto &source : sources) {
         descriptions.push_back(source->description);
-    if (descriptions.empty())
+    }
+    if (descriptions.empty()) {
         descriptions.push_back(assumedSource(options));
+    }
     return descriptions;
 }
 
@@ -35,16 +40,39 @@ void convert(const tool_options &options, const conversion_plan &plan,
     progress_bar progress(plan.input_frames, plan.settings.input_sample_rate, options.quiet);
     conversion_work work{plan,    options.block, sources, {}, options.levels || options.stats,
                          progress};
-    for (const output_target &target : plan.targets)
+    for (const output_target &target : plan.targets) {
         work.sinks.push_back(openSink(target));
+    }
     const conversion_outcome outcome = runConversion(work);
     progress.clear();
-    for (const auto &sink : work.sinks)
+    for (const auto &sink : work.sinks) {
         sink->commit();
-    if (options.levels)
+    }
+    if (options.levels) {
         printLevels(reports, plan, outcome);
-    if (options.stats)
+    }
+    if (options.stats) {
         printStats(reports, plan, outcome);
+    }
+}
+
+// What is told before the conversion, or in its place.
+void printPlan(std::ostream &out, const tool_options &options, const conversion_plan &plan,
+               const std::vector<source_description> &sources) {
+    if (options.show_matrix) {
+        printMatrix(out, plan, true);
+    }
+    if (options.show_filter) {
+        printFilter(out, plan);
+    }
+    if (options.info) {
+        printInfo(out, plan, sources);
+        printMatrix(out, plan, false);
+    } else if (!options.quiet) {
+        for (const std::string &note : plan.notes) {
+            std::cerr << PROGRAM_NAME << ": note: " << note << "\n";
+        }
+    }
 }
 
 void run(const tool_options &options) {
@@ -52,30 +80,20 @@ void run(const tool_options &options) {
     std::vector<std::unique_ptr<audio_source>> sources = openSources(options);
     const std::vector<source_description> descriptions = describe(sources, options);
     const conversion_plan plan = makePlan(options, descriptions);
-    if (options.show_matrix)
-        printMatrix(reports, plan, true);
-    if (options.show_filter)
-        printFilter(reports, plan);
-    if (options.show_matrix || options.show_filter)
-        return;
-    if (options.info) {
-        printInfo(reports, plan, descriptions);
-        printMatrix(reports, plan, false);
-    }
-    for (const std::string &note : plan.notes)
-        if (!options.info && !options.quiet)
-            std::cerr << PROGRAM_NAME << ": note: " << note << "\n";
-    for (const output_target &target : plan.targets)
+    printPlan(reports, options, plan, descriptions);
+    for (const output_target &target : plan.targets) {
         checkTarget(target);
+    }
     if (options.dry_run) {
         newConverter(plan.settings);
         printPrediction(reports, plan);
-    } else if (!plan.targets.empty()) {
+    } else if (!plan.targets.empty() && !options.show_matrix && !options.show_filter) {
         convert(options, plan, sources, reports);
     }
     reports.flush();
-    if (!reports)
+    if (!reports) {
         throw conversion_error("standard output: cannot write the report");
+    }
 }
 
 int report(const std::string &fault, int status) {
@@ -88,8 +106,9 @@ int report(const std::string &fault, int status) {
 int main(int argument_count, char **arguments) {
     try {
         installSignalHandlers();
-        if (const auto options = parseOptions(argument_count, arguments))
+        if (const auto options = parseOptions(argument_count, arguments)) {
             run(*options);
+        }
         return EXIT_DONE;
     } catch (const usage_error &error) {
         report(error.what(), EXIT_USAGE);

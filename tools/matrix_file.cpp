@@ -20,8 +20,9 @@ double parseGain(const std::string &word, const std::string &place) {
     const std::string unit = end;
     const bool in_decibels = unit == "dB" || unit == "db";
     const double gain = in_decibels ? std::pow(10.0, value / 20.0) : value;
-    if (end == word.c_str() || (!unit.empty() && !in_decibels) || !std::isfinite(gain))
+    if (end == word.c_str() || (!unit.empty() && !in_decibels) || !std::isfinite(gain)) {
         throw usage_error(place + "'" + word + "' is not a gain (0.5 or -6dB)");
+    }
     return gain;
 }
 
@@ -30,25 +31,29 @@ std::vector<double> parseRow(std::string line, const std::string &place) {
     std::replace(line.begin(), line.end(), ',', ' ');
     std::vector<double> row;
     std::istringstream words(line);
-    for (std::string word; words >> word;)
+    for (std::string word; words >> word;) {
         row.push_back(parseGain(word, place));
+    }
     return row;
 }
 
 gain_rows readRows(const std::string &path) {
     std::ifstream file(path);
-    if (!file)
+    if (!file) {
         throw systemError(path, "cannot read the matrix");
+    }
     gain_rows rows;
     unsigned line_number = 0;
     for (std::string line; std::getline(file, line);) {
         const std::string place = path + ":" + std::to_string(++line_number) + ": ";
         std::vector<double> row = parseRow(line, place);
-        if (!row.empty())
+        if (!row.empty()) {
             rows.push_back(std::move(row));
+        }
     }
-    if (file.bad())
+    if (file.bad()) {
         throw systemError(path, "cannot read the matrix");
+    }
     return rows;
 }
 
@@ -63,17 +68,20 @@ gain_matrix readMatrixFile(const std::string &path, uint32_t input_mask, uint32_
     const gain_rows rows = readRows(path);
     const unsigned inputs = speakerCount(input_mask);
     const unsigned outputs = speakerCount(output_mask);
-    if (hasSize(rows, AUDIO_MAX_CHANNELS, AUDIO_MAX_CHANNELS))
+    if (hasSize(rows, AUDIO_MAX_CHANNELS, AUDIO_MAX_CHANNELS)) {
         input_mask = output_mask = 0xFF;
-    else if (!hasSize(rows, inputs, outputs))
+    } else if (!hasSize(rows, inputs, outputs)) {
         throw usage_error(path + ": the matrix must have 8 rows of 8 gains, or " +
                           std::to_string(inputs) + " rows (inputs) of " + std::to_string(outputs) +
                           " gains (outputs)");
+    }
     gain_matrix matrix{};
     const auto row_speakers = slotSpeakers(input_mask, ascendingOrder(input_mask));
     const auto column_speakers = slotSpeakers(output_mask, ascendingOrder(output_mask));
-    for (size_t row = 0; row < row_speakers.size(); ++row)
-        for (size_t column = 0; column < column_speakers.size(); ++column)
+    for (size_t row = 0; row < row_speakers.size(); ++row) {
+        for (size_t column = 0; column < column_speakers.size(); ++column) {
             matrix[row_speakers[row]][column_speakers[column]] = rows[row][column];
+        }
+    }
     return matrix;
 }

@@ -65,19 +65,22 @@ public:
         std::string text;
         for (const char *group : {"Input", "Output", "Reports"}) {
             text.append("\n").append(group).append(":\n");
-            for (const CLI::Option *option : app->get_options())
-                if (option->get_group() == group)
+            for (const CLI::Option *option : app->get_options()) {
+                if (option->get_group() == group) {
                     text += make_option(option, false);
+                }
+            }
         }
         return text;
     }
     std::string make_option(const CLI::Option *option, bool) const override {
         std::string name = option->get_name(false, true);
         const size_t comma = name.find(',');
-        if (comma == std::string::npos)
+        if (comma == std::string::npos) {
             name.insert(0, 4, ' ');
-        else
+        } else {
             name.insert(comma + 1, " ");
+        }
         name.append(option->get_option_text());
         const size_t room = column_width_ - 4;
         name.append(name.size() > room ? "\n" + std::string(column_width_, ' ')
@@ -172,76 +175,92 @@ std::string versionText() {
 void placeFiles(const option_texts &texts, tool_options &options) {
     const bool split = !texts.split_inputs.empty();
     const std::vector<std::string> &files = texts.files;
-    if (split && files.size() > 1)
+    if (split && files.size() > 1) {
         throw usage_error("--split-input takes the place of INPUT: only OUTPUT may be named");
-    if (split && !files.empty())
+    }
+    if (split && !files.empty()) {
         options.output = files[0];
-    if (!split && !files.empty())
+    }
+    if (!split && !files.empty()) {
         options.input = files[0];
-    if (files.size() == 2)
+    }
+    if (files.size() == 2) {
         options.output = files[1];
+    }
+}
+
+template <typename Target, typename Parser>
+void understandText(const std::string &text, Target &target, Parser parse) {
+    if (!text.empty()) {
+        target = parse(text);
+    }
 }
 
 void understand(const option_texts &texts, tool_options &options) {
     placeFiles(texts, options);
-    for (const std::string &text : texts.split_inputs)
+    for (const std::string &text : texts.split_inputs) {
         options.split_inputs.push_back(parseSplitInput(text));
-    if (!texts.raw.empty())
-        options.raw = parseRawFormat(texts.raw);
-    if (!texts.in_layout.empty())
-        options.input_mask = parseLayout(texts.in_layout);
-    if (!texts.in_order.empty())
-        options.input_order = parseOrder(texts.in_order);
-    if (texts.in_rate != 0)
+    }
+    understandText(texts.raw, options.raw, parseRawFormat);
+    understandText(texts.in_layout, options.input_mask, parseLayout);
+    understandText(texts.in_order, options.input_order, parseOrder);
+    understandText(texts.type, options.type, parseType);
+    understandText(texts.format, options.format, parseFormat);
+    understandText(texts.layout, options.output_mask, parseLayout);
+    understandText(texts.out_order, options.output_order, parseOrder);
+    understandText(texts.block, options.block, parseBlock);
+    if (texts.in_rate != 0) {
         options.input_rate = texts.in_rate;
-    if (!texts.type.empty())
-        options.type = parseType(texts.type);
-    if (!texts.format.empty())
-        options.format = parseFormat(texts.format);
-    if (texts.bits != 0)
-        options.bits = static_cast<uint8_t>(texts.bits);
-    if (texts.rate != 0)
+    }
+    if (texts.rate != 0) {
         options.rate = texts.rate;
-    if (!texts.layout.empty())
-        options.output_mask = parseLayout(texts.layout);
-    if (!texts.out_order.empty())
-        options.output_order = parseOrder(texts.out_order);
-    if (!texts.block.empty())
-        options.block = parseBlock(texts.block);
+    }
+    if (texts.bits != 0) {
+        options.bits = static_cast<uint8_t>(texts.bits);
+    }
 }
 
 void checkInputs(const tool_options &options) {
     uint32_t split_mask = 0;
     for (const split_input &split : options.split_inputs) {
-        if (split_mask >> split.speaker & 1)
+        if (split_mask >> split.speaker & 1) {
             throw usage_error(std::string("--split-input: two files for ") +
                               speakerName(split.speaker));
+        }
         split_mask |= 1u << split.speaker;
     }
-    if (split_mask != 0 && (options.input_mask || options.input_order))
+    if (split_mask != 0 && (options.input_mask || options.input_order)) {
         throw usage_error("--split-input names the speakers: no --in-layout, no --in-order");
+    }
     const bool has_input = !options.input.empty() || split_mask != 0;
-    if (!has_input && options.show_matrix && !options.input_mask && !options.raw)
+    if (!has_input && options.show_matrix && !options.input_mask && !options.raw) {
         throw usage_error("--show-matrix needs INPUT, --raw or --in-layout");
-    if (!has_input && options.show_filter && !options.input_rate && !options.raw)
+    }
+    if (!has_input && options.show_filter && !options.input_rate && !options.raw) {
         throw usage_error("--show-filter needs INPUT, --raw or --in-rate");
-    if (!has_input && !options.show_matrix && !options.show_filter)
+    }
+    if (!has_input && !options.show_matrix && !options.show_filter) {
         throw usage_error("no INPUT");
+    }
 }
 
 void checkOutputs(const tool_options &options) {
     const bool reports_only =
         options.info || options.show_matrix || options.show_filter || options.dry_run;
-    if (options.output.empty() && !reports_only)
+    if (options.output.empty() && !reports_only) {
         throw usage_error("no OUTPUT");
-    if (options.split_output && options.output == "-")
+    }
+    if (options.split_output && options.output == "-") {
         throw usage_error("--split-output writes several files: standard output is one");
+    }
     const file_type type = outputType(options);
     const uint8_t format = options.format.value_or(AUDIO_FORMAT_PCM);
-    if (type != file_type::RAW && format != AUDIO_FORMAT_PCM && format != AUDIO_FORMAT_FLOAT)
+    if (type != file_type::RAW && format != AUDIO_FORMAT_PCM && format != AUDIO_FORMAT_FLOAT) {
         throw usage_error("--format: sound files hold pcm or float; use --type raw");
-    if (format == AUDIO_FORMAT_AES3 && options.split_output)
+    }
+    if (format == AUDIO_FORMAT_AES3 && options.split_output) {
         throw usage_error("--split-output: aes3 holds channels in pairs only");
+    }
 }
 
 } // namespace

@@ -13,26 +13,30 @@ namespace {
 // Sources of one run must agree, since they become the channels of one frame.
 void checkSplitSources(const std::vector<source_description> &sources) {
     for (const source_description &source : sources) {
-        if (source.bytes.channels != 1)
+        if (source.bytes.channels != 1) {
             throw conversion_error(source.name + ": has " + std::to_string(source.bytes.channels) +
                                    " channels; --split-input takes mono files");
-        if (source.bytes.rate != sources[0].bytes.rate)
+        }
+        if (source.bytes.rate != sources[0].bytes.rate) {
             throw conversion_error(source.name + ": " + std::to_string(source.bytes.rate) +
                                    " Hz, but " + sources[0].name + " has " +
                                    std::to_string(sources[0].bytes.rate) + " Hz");
+        }
         if (source.bytes.format != sources[0].bytes.format ||
-            source.bytes.bits != sources[0].bytes.bits)
+            source.bytes.bits != sources[0].bytes.bits) {
             throw conversion_error(source.name + ": " + formatName(source.bytes.format) +
                                    " samples, but " + sources[0].name + " has " +
                                    formatName(sources[0].bytes.format));
+        }
     }
 }
 
 std::optional<uint64_t> longest(const std::vector<source_description> &sources) {
     uint64_t frames = 0;
     for (const source_description &source : sources) {
-        if (!source.frame_count)
+        if (!source.frame_count) {
             return std::nullopt;
+        }
         frames = std::max(frames, *source.frame_count);
     }
     return frames;
@@ -42,8 +46,9 @@ std::optional<uint64_t> longest(const std::vector<source_description> &sources) 
 std::string splitPath(const std::string &path, unsigned speaker) {
     const size_t name = path.rfind('/') + 1;
     size_t dot = path.rfind('.');
-    if (dot == std::string::npos || dot <= name)
+    if (dot == std::string::npos || dot <= name) {
         dot = path.size();
+    }
     return path.substr(0, dot) + "." + speakerName(speaker) + path.substr(dot);
 }
 
@@ -51,15 +56,18 @@ std::string splitPath(const std::string &path, unsigned speaker) {
 std::vector<unsigned> outputPositions(const conversion_plan &plan, const file_layout &layout) {
     const bool kept = plan.output_mask == plan.input_mask && layout.mask == plan.input_mask;
     std::vector<unsigned> positions = slotSpeakers(plan.output_mask, plan.output_order);
-    if (kept)
-        for (unsigned &position : positions)
+    if (kept) {
+        for (unsigned &position : positions) {
             position = layout.positions[position];
+        }
+    }
     return positions;
 }
 
 void planTargets(conversion_plan &plan, const tool_options &options, const file_layout &layout) {
-    if (options.output.empty())
+    if (options.output.empty()) {
         return;
+    }
     output_target target;
     target.path = options.output;
     target.type = outputType(options);
@@ -93,9 +101,10 @@ void checkFrameSize(const conversion_plan &plan) {
     const size_t least = bytes.format == AUDIO_FORMAT_AES3
                              ? bytes.channels * (bytes.bits + 4u) / 8
                              : groupBytes(bytes) * (split ? settings.output_channels : 1u);
-    if (settings.out_frame_size < least)
+    if (settings.out_frame_size < least) {
         throw usage_error("--frame-size: " + std::to_string(settings.out_frame_size) +
                           " bytes are too few, this output needs " + std::to_string(least));
+    }
 }
 
 } // namespace
@@ -103,19 +112,24 @@ void checkFrameSize(const conversion_plan &plan) {
 conversion_plan makePlan(const tool_options &options,
                          const std::vector<source_description> &sources) {
     conversion_plan plan;
-    if (!options.split_inputs.empty())
+    if (!options.split_inputs.empty()) {
         checkSplitSources(sources);
-    for (const split_input &split : options.split_inputs)
+    }
+    for (const split_input &split : options.split_inputs) {
         plan.split_speakers.push_back(split.speaker);
+    }
     settleSettings(plan, options, sources);
     checkSettings(plan.settings);
     checkFrameSize(plan);
-    for (const source_description &source : sources)
-        if (!source.layout.note.empty() && !options.input_mask && options.split_inputs.empty())
+    for (const source_description &source : sources) {
+        if (!source.layout.note.empty() && !options.input_mask && options.split_inputs.empty()) {
             plan.notes.push_back(source.layout.note);
+        }
+    }
     plan.input_frames = longest(sources);
-    if (plan.input_frames)
+    if (plan.input_frames) {
         plan.output_frames = predictFrames(plan.settings, *plan.input_frames);
+    }
     planTargets(plan, options, sources[0].layout);
     return plan;
 }
@@ -134,10 +148,12 @@ source_description assumedSource(const tool_options &options) {
     source.name = "no input";
     source.kind = "none";
     source.bytes.rate = 48000;
-    if (options.input_mask)
+    if (options.input_mask) {
         source.bytes.channels = static_cast<uint8_t>(speakerCount(*options.input_mask));
-    if (options.raw)
+    }
+    if (options.raw) {
         source.bytes = *options.raw;
+    }
     source.depth = source.bytes.bits;
     return source;
 }

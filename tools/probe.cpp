@@ -25,8 +25,9 @@ void putSamples(audio_converter *converter, std::span<const int32_t> samples) {
     while (!samples.empty()) {
         const size_t count = std::min(samples.size(), MOST_SAMPLES);
         if (audioConverterPutBytes(converter, reinterpret_cast<const uint8_t *>(samples.data()),
-                                   static_cast<uint32_t>(count * sizeof samples[0])) != 0)
+                                   static_cast<uint32_t>(count * sizeof samples[0])) != 0) {
             throw conversion_error("the library refuses to be probed: out of memory");
+        }
         samples = samples.subspan(count);
     }
 }
@@ -45,6 +46,30 @@ audio_converter_settings mixingAlone(audio_converter_settings settings) {
     settings.input_separate_channels = settings.output_separate_channels = 0;
     settings.out_frame_size = 65536;
     return settings;
+}
+
+// For every level one frame per input slot, with that slot alone sounding.
+std::vector<int32_t> probeFrames(size_t inputs) {
+    std::vector<int32_t> frames(std::size(PROBE_BITS) * inputs * inputs);
+    for (size_t frame = 0; frame < std::size(PROBE_BITS) * inputs; ++frame) {
+        frames[frame * inputs + frame % inputs] = int32_t{1} << PROBE_BITS[frame / inputs];
+    }
+    return frames;
+}
+
+std::vector<int32_t> mix(const audio_converter_settings &settings,
+                         const std::vector<int32_t> &frames) {
+    std::vector<int32_t> mixed;
+    output_stream stream(65536, [&](std::span<const uint8_t> bytes) {
+        const std::vector<int32_t> samples = toSamples(bytes);
+        mixed.insert(mixed.end(), samples.begin(), samples.end());
+    });
+    const converter_pointer converter = newUncountedConverter(mixingAlone(settings));
+    audioConverterInit(converter.get(), stream.operations());
+    putSamples(converter.get(), frames);
+    audioConverterDone(converter.get(), 0);
+    mixed.resize(frames.size() / settings.input_channels * settings.output_channels);
+    return mixed;
 }
 
 // Every tap is met by one impulse and one output. With impulses `spacing` input samples apart
@@ -66,8 +91,9 @@ struct probe_grid {
 probe_grid makeGrid(uint32_t input_rate, uint32_t output_rate) {
     const uint32_t divisor = std::gcd(input_rate, output_rate);
     probe_grid grid{output_rate / divisor, input_rate / divisor, 2 * FILTER_REACH + 3};
-    while (std::gcd(grid.spacing, grid.down) != 1)
+    while (std::gcd(grid.spacing, grid.down) != 1) {
         ++grid.spacing;
+    }
     return grid;
 }
 
@@ -80,8 +106,9 @@ void storeTap(const probe_grid &grid, uint64_t k, int32_t sample, std::vector<do
     const uint64_t number =
         position < first ? 0 : std::min((position - first + step / 2) / step, grid.down - 1);
     const uint64_t tap = grid.impulsePosition(number) * grid.up + FILTER_REACH * grid.up - position;
-    if (tap < taps.size()) // far outputs wrap round to a huge tap
+    if (tap < taps.size()) { // far outputs wrap round to a huge tap
         taps[tap] = sample / IMPULSE;
+    }
 }
 
 } // namespace
@@ -89,33 +116,20 @@ void storeTap(const probe_grid &grid, uint64_t k, int32_t sample, std::vector<do
 slot_gains probeMixing(const audio_converter_settings &settings) {
     const size_t inputs = settings.input_channels;
     const size_t outputs = settings.output_channels;
-    std::vector<int32_t> frames;
-    for (const unsigned bits : PROBE_BITS)
-        for (size_t slot = 0; slot < inputs; ++slot) {
-            frames.resize(frames.size() + inputs);
-            frames[frames.size() - inputs + slot] = int32_t{1} << bits;
-        }
-    std::vector<int32_t> mixed;
-    output_stream stream(65536, [&](std::span<const uint8_t> bytes) {
-        const std::vector<int32_t> samples = toSamples(bytes);
-        mixed.insert(mixed.end(), samples.begin(), samples.end());
-    });
-    const converter_pointer converter = newUncountedConverter(mixingAlone(settings));
-    audioConverterInit(converter.get(), stream.operations());
-    putSamples(converter.get(), frames);
-    audioConverterDone(converter.get(), 0);
-    mixed.resize(std::size(PROBE_BITS) * inputs * outputs);
-
+    const std::vector<int32_t> mixed = mix(settings, probeFrames(inputs));
     slot_gains gains{};
-    for (size_t slot = 0; slot < inputs; ++slot)
+    for (size_t slot = 0; slot < inputs; ++slot) {
         for (size_t output = 0; output < outputs; ++output) {
             gains[slot][output] = std::nan("");
+            // The highest level that stays in range comes last.
             for (size_t level = std::size(PROBE_BITS); level-- > 0;) {
                 const int32_t sample = mixed[(level * inputs + slot) * outputs + output];
-                if (sample != std::numeric_limits<int32_t>::min())
+                if (sample != std::numeric_limits<int32_t>::min()) {
                     gains[slot][output] = std::ldexp(sample, -static_cast<int>(PROBE_BITS[level]));
+                }
             }
         }
+    }
     return gains;
 }
 
@@ -130,13 +144,15 @@ filter_response probeFilter(uint32_t input_rate, uint32_t output_rate) {
     response.taps.resize(2 * FILTER_REACH * grid.up + 1);
     uint64_t output_count = 0;
     output_stream stream(65536, [&](std::span<const uint8_t> bytes) {
-        for (const int32_t sample : toSamples(bytes))
+        for (const int32_t sample : toSamples(bytes)) {
             storeTap(grid, output_count++, sample, response.taps);
+        }
     });
     audioConverterInit(converter.get(), stream.operations());
     std::vector<int32_t> input(grid.inputLength());
-    for (uint64_t number = 0; number < grid.down; ++number)
+    for (uint64_t number = 0; number < grid.down; ++number) {
         input[grid.impulsePosition(number)] = static_cast<int32_t>(IMPULSE);
+    }
     putSamples(converter.get(), input);
     audioConverterDone(converter.get(), 0);
     return response;

@@ -17,8 +17,9 @@ constexpr size_t LONGEST_BAR = 50;
 
 size_t terminalColumns() {
     winsize size{};
-    if (ioctl(STDERR_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0)
+    if (ioctl(STDERR_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) {
         return 80;
+    }
     return size.ws_col;
 }
 
@@ -44,11 +45,12 @@ std::string clockText(double seconds, bool milliseconds) {
                                                           : std::llround(seconds) * 1000);
     const auto whole = static_cast<unsigned long long>(total / 1000);
     char text[64];
-    if (whole >= 3600)
+    if (whole >= 3600) {
         std::snprintf(text, sizeof text, "%llu:%02llu:%02llu", whole / 3600, whole / 60 % 60,
                       whole % 60);
-    else
+    } else {
         std::snprintf(text, sizeof text, "%llu:%02llu", whole / 60, whole % 60);
+    }
     return text + (milliseconds ? formatted(".%03.0f", static_cast<double>(total % 1000)) : "");
 }
 
@@ -65,15 +67,18 @@ std::string progressLine(const progress_state &state, size_t columns) {
         line = formatted("%3.0f%%", std::floor(fraction * 100.0));
         numbers = {speed_text, std::string("  ").append(clockText(left)).append(" left")};
         const size_t used = line.size() + 1 + numbers[0].size() + numbers[1].size();
-        if (used + SHORTEST_BAR <= room)
+        if (used + SHORTEST_BAR <= room) {
             line.append(" ").append(barText(fraction, std::min(room - used, LONGEST_BAR)));
+        }
     } else {
         line = clockText(state.audio_seconds);
         numbers = {" converted", speed_text};
     }
-    for (const std::string &number : numbers)
-        if (line.size() + number.size() <= room)
+    for (const std::string &number : numbers) {
+        if (line.size() + number.size() <= room) {
             line += number;
+        }
+    }
     return line.size() <= room ? line : std::string();
 }
 
@@ -87,23 +92,27 @@ progress_bar::~progress_bar() {
 }
 
 void progress_bar::clear() {
-    if (drawn)
+    if (drawn) {
         std::fputs("\r\033[K", stderr);
+    }
     drawn = false;
 }
 
 void progress_bar::update(uint64_t frames_done) {
-    if (!visible)
+    if (!visible) {
         return;
+    }
     const auto now = std::chrono::steady_clock::now();
-    if (now < next_draw)
+    if (now < next_draw) {
         return;
+    }
     next_draw = now + REDRAW_INTERVAL;
     progress_state state;
     state.audio_seconds = static_cast<double>(frames_done) / frames_per_second;
     state.elapsed_seconds = std::chrono::duration<double>(now - start).count();
-    if (total && *total > 0)
+    if (total && *total > 0) {
         state.fraction = static_cast<double>(frames_done) / static_cast<double>(*total);
+    }
     std::fprintf(stderr, "\r%s\033[K", progressLine(state, terminalColumns()).c_str());
     drawn = true;
 }

@@ -21,18 +21,21 @@ __attribute__((format(printf, 2, 3))) void print(std::ostream &out, const char *
 }
 
 std::string lengthText(const std::optional<uint64_t> &frames, uint32_t rate) {
-    if (!frames)
+    if (!frames) {
         return "of unknown length";
+    }
     return std::to_string(*frames) + " frames, " +
            clockText(static_cast<double>(*frames) / rate, true);
 }
 
 std::string orderText(uint32_t mask, const order_map &order) {
-    if (order == ascendingOrder(mask))
+    if (order == ascendingOrder(mask)) {
         return {};
+    }
     std::string text = ", in the order";
-    for (const unsigned speaker : slotSpeakers(mask, order))
+    for (const unsigned speaker : slotSpeakers(mask, order)) {
         text += std::string(" ") + speakerName(speaker);
+    }
     return text;
 }
 
@@ -43,8 +46,9 @@ void printSide(std::ostream &out, uint32_t rate, unsigned channels, uint32_t mas
 }
 
 std::string decibelText(double gain) {
-    if (gain == 0.0)
+    if (gain == 0.0) {
         return "-inf";
+    }
     char text[32];
     std::snprintf(text, sizeof text, "%.2f%s", 20.0 * std::log10(std::abs(gain)),
                   gain < 0.0 ? " inv" : "");
@@ -53,8 +57,9 @@ std::string decibelText(double gain) {
 
 std::string gainText(double gain) {
     char text[32];
-    if (std::isnan(gain))
+    if (std::isnan(gain)) {
         return "overflow";
+    }
     std::snprintf(text, sizeof text, "%.6f", gain);
     return text;
 }
@@ -64,13 +69,15 @@ void printTable(std::ostream &out, const conversion_plan &plan, const slot_gains
     const auto rows = slotSpeakers(plan.input_mask, plan.input_order);
     const auto columns = slotSpeakers(plan.output_mask, plan.output_order);
     print(out, "%6s", "");
-    for (const unsigned speaker : columns)
+    for (const unsigned speaker : columns) {
         print(out, " %11s", speakerName(speaker));
+    }
     out << "\n";
     for (size_t row = 0; row < rows.size(); ++row) {
         print(out, "%6s", speakerName(rows[row]));
-        for (size_t column = 0; column < columns.size(); ++column)
+        for (size_t column = 0; column < columns.size(); ++column) {
             print(out, " %11s", cell(gains[row][column]).c_str());
+        }
         out << "\n";
     }
 }
@@ -88,9 +95,11 @@ template <typename Visit>
 void visitChannels(const std::vector<std::unique_ptr<level_meter>> &meters,
                    const std::vector<unsigned> &speakers, Visit visit) {
     size_t slot = 0;
-    for (const auto &meter : meters)
-        for (const channel_levels &levels : meter->channels())
+    for (const auto &meter : meters) {
+        for (const channel_levels &levels : meter->channels()) {
             visit(speakers[slot++], levels);
+        }
+    }
 }
 
 std::vector<unsigned> inputSpeakers(const conversion_plan &plan) {
@@ -110,25 +119,29 @@ void printInfo(std::ostream &out, const conversion_plan &plan,
     }
     printSide(out, settings.input_sample_rate, settings.input_channels, plan.input_mask,
               plan.input_order);
-    if (plan.targets.empty())
+    if (plan.targets.empty()) {
         out << "Output:   (none named)\n";
-    for (const output_target &target : plan.targets)
+    }
+    for (const output_target &target : plan.targets) {
         print(out, "Output:   %s (%s)\n", target.path.c_str(), targetKind(target).c_str());
+    }
     print(out, "          %u-bit %s, %s\n", plan.output_bytes.bits,
           formatName(plan.output_bytes.format),
           lengthText(plan.output_frames, plan.output_bytes.rate).c_str());
     printSide(out, plan.output_bytes.rate, plan.output_bytes.channels, plan.output_mask,
               plan.output_order);
-    for (const std::string &note : plan.notes)
+    for (const std::string &note : plan.notes) {
         print(out, "Note:     %s\n", note.c_str());
+    }
 }
 
 void printMatrix(std::ostream &out, const conversion_plan &plan, bool decibels) {
     const slot_gains gains = probeMixing(plan.settings);
     out << "Mixing matrix (from the speaker of the row to that of the column)\n";
     printTable(out, plan, gains, gainText);
-    if (!decibels)
+    if (!decibels) {
         return;
+    }
     out << "In dB (inv: inverted)\n";
     printTable(out, plan, gains, decibelText);
 }
@@ -136,7 +149,7 @@ void printMatrix(std::ostream &out, const conversion_plan &plan, bool decibels) 
 void printFilter(std::ostream &out, const conversion_plan &plan) {
     const uint32_t rate = plan.settings.input_sample_rate;
     const filter_response response = probeFilter(rate, plan.settings.output_sample_rate);
-    const double centre = static_cast<double>(response.taps.size() / 2);
+    const double centre = 0.5 * static_cast<double>(response.taps.size() - 1);
     out << "tap,input_samples,seconds,gain\n";
     for (size_t tap = 0; tap < response.taps.size(); ++tap) {
         const double offset = (static_cast<double>(tap) - centre) / response.up_factor;
@@ -176,9 +189,10 @@ void printStats(std::ostream &out, const conversion_plan &plan, const conversion
     out << "peak memory:      " << counts.peak_bytes << " bytes\n";
     print(out, "time:             %.3f s, %.1f times real time\n", outcome.seconds,
           audio_seconds / std::max(outcome.seconds, 1e-9));
-    if (full_scale > 0)
+    if (full_scale > 0) {
         out << "warning: " << full_scale
             << " output samples reach full scale; the output may be clipped\n";
+    }
 }
 
 void printPrediction(std::ostream &out, const conversion_plan &plan) {
@@ -186,10 +200,12 @@ void printPrediction(std::ostream &out, const conversion_plan &plan) {
         const std::optional<uint64_t> bytes = dataBytes(target);
         out << "would write " << target.path << ": " << targetKind(target) << ", "
             << lengthText(target.frame_count, target.bytes.rate);
-        if (bytes)
+        if (bytes) {
             out << ", " << *bytes << " bytes of samples";
+        }
         out << "\n";
     }
-    if (plan.targets.empty())
+    if (plan.targets.empty()) {
         out << "would come out: " << lengthText(plan.output_frames, plan.output_bytes.rate) << "\n";
+    }
 }

@@ -14,14 +14,16 @@ constexpr uint32_t MIX_ANYWAY = 0x80000000;
 
 uint8_t deepest(const std::vector<source_description> &sources) {
     uint8_t depth = 0;
-    for (const source_description &source : sources)
+    for (const source_description &source : sources) {
         depth = std::max(depth, source.depth);
+    }
     return depth;
 }
 
 uint8_t outputFormat(const tool_options &options, const source_description &source) {
-    if (options.format)
+    if (options.format) {
         return *options.format;
+    }
     const bool as_input = outputType(options) == file_type::RAW && source.raw;
     const uint8_t format = as_input || source.bytes.format == AUDIO_FORMAT_FLOAT
                                ? source.bytes.format
@@ -32,14 +34,18 @@ uint8_t outputFormat(const tool_options &options, const source_description &sour
 
 // The depth nearest to the input's that the format has; 24 for float input.
 uint8_t outputBits(const tool_options &options, uint8_t format, uint8_t depth, bool from_float) {
-    if (options.bits)
+    if (options.bits) {
         return *options.bits;
-    if (format == AUDIO_FORMAT_FLOAT)
+    }
+    if (format == AUDIO_FORMAT_FLOAT) {
         return 32;
-    if (from_float)
+    }
+    if (from_float) {
         return 24;
-    if (format == AUDIO_FORMAT_PCM)
+    }
+    if (format == AUDIO_FORMAT_PCM) {
         return depth == 20 ? 24 : depth;
+    }
     return std::clamp<uint8_t>(depth, 16, 24);
 }
 
@@ -54,17 +60,19 @@ void settleInput(conversion_plan &plan, const tool_options &options,
     settings.input_separate_channels = !plan.split_speakers.empty();
     if (settings.input_separate_channels) {
         settings.input_channels = static_cast<uint8_t>(sources.size());
-        for (const unsigned speaker : plan.split_speakers)
+        for (const unsigned speaker : plan.split_speakers) {
             plan.input_mask |= 1u << speaker;
+        }
         return;
     }
     const file_layout &layout = sources[0].layout;
     const bool named = layout.mask != 0 && !options.input_mask;
     plan.input_mask = options.input_mask.value_or(named ? layout.mask : usualMask(bytes.channels));
-    if (options.input_order)
+    if (options.input_order) {
         plan.input_order = *options.input_order;
-    else if (named)
+    } else if (named) {
         plan.input_order = layout.order;
+    }
 }
 
 void settleOutput(conversion_plan &plan, const tool_options &options,
@@ -84,16 +92,18 @@ void settleOutput(conversion_plan &plan, const tool_options &options,
     settings.output_sample_rate = bytes.rate;
     settings.output_separate_channels = options.split_output;
     settings.out_frame_size = options.frame_size;
-    if (options.output_order)
+    if (options.output_order) {
         plan.output_order = *options.output_order;
+    }
 }
 
 // Hands an order to the library unless it is the one that the library assumes.
 void settleOrder(order_map &order, uint32_t mask, uint8_t &enabled,
                  uint8_t (&map)[AUDIO_MAX_CHANNELS]) {
     const order_map ascending = ascendingOrder(mask);
-    if (order == order_map{})
+    if (order == order_map{}) {
         order = ascending;
+    }
     enabled = order != ascending;
     std::ranges::copy(order, map);
 }
@@ -103,8 +113,9 @@ void settleMatrix(conversion_plan &plan, const std::string &path) {
     const gain_matrix gains = readMatrixFile(path, plan.input_mask, plan.output_mask);
     std::memcpy(settings.user_matrix, gains.data(), sizeof settings.user_matrix);
     settings.user_matrix_enabled = 1;
-    if (plan.input_mask == plan.output_mask)
+    if (plan.input_mask == plan.output_mask) {
         settings.output_channel_mask |= MIX_ANYWAY;
+    }
 }
 
 } // namespace
@@ -120,6 +131,7 @@ void settleSettings(conversion_plan &plan, const tool_options &options,
                 settings.input_order_map);
     settleOrder(plan.output_order, plan.output_mask, settings.output_order_map_enabled,
                 settings.output_order_map);
-    if (!options.matrix_path.empty())
+    if (!options.matrix_path.empty()) {
         settleMatrix(plan, options.matrix_path);
+    }
 }

@@ -12,8 +12,9 @@
 namespace {
 
 int subtypeOf(const byte_format &bytes) {
-    if (bytes.format == AUDIO_FORMAT_FLOAT)
+    if (bytes.format == AUDIO_FORMAT_FLOAT) {
         return SF_FORMAT_FLOAT;
+    }
     switch (bytes.bits) {
     case 8:
         return SF_FORMAT_PCM_U8;
@@ -29,12 +30,15 @@ int subtypeOf(const byte_format &bytes) {
 int fileFormat(const output_target &target) {
     const int subtype = subtypeOf(target.bytes);
     const int signed_subtype = subtype == SF_FORMAT_PCM_U8 ? int{SF_FORMAT_PCM_S8} : subtype;
-    if (target.type == file_type::AIFF)
+    if (target.type == file_type::AIFF) {
         return SF_FORMAT_AIFF | signed_subtype;
-    if (target.type == file_type::CAF)
+    }
+    if (target.type == file_type::CAF) {
         return SF_FORMAT_CAF | signed_subtype;
-    if (!target.frame_count || dataBytes(target).value_or(0) > RIFF_DATA_LIMIT)
+    }
+    if (!target.frame_count || dataBytes(target).value_or(0) > RIFF_DATA_LIMIT) {
         return SF_FORMAT_RF64 | subtype;
+    }
     return (waveMask(target) != 0 ? SF_FORMAT_WAVEX : SF_FORMAT_WAV) | subtype;
 }
 
@@ -55,40 +59,47 @@ public:
         info.samplerate = static_cast<int>(target.bytes.rate);
         info.channels = target.bytes.channels;
         info.format = fileFormat(target);
-        if (info.samplerate <= 0)
+        if (info.samplerate <= 0) {
             throw conversion_error(target.path + ": no sound file holds a rate of " +
                                    std::to_string(target.bytes.rate) + " Hz; use --type raw");
+        }
         sound = sf_open_fd(file.descriptor(), SFM_WRITE, &info, SF_FALSE);
-        if (sound == nullptr)
+        if (sound == nullptr) {
             throw conversion_error(target.path + ": " + sf_strerror(nullptr));
+        }
         // The chunk carries the time of writing: the same input would give different bytes.
         sf_command(sound, SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
         // With an unknown length: RF64 only if it comes to that.
-        if (!target.frame_count)
+        if (!target.frame_count) {
             sf_command(sound, SFC_RF64_AUTO_DOWNGRADE, nullptr, SF_TRUE);
+        }
         nameSpeakers();
     }
     ~sound_file_sink() override {
-        if (sound != nullptr)
+        if (sound != nullptr) {
             sf_close(sound);
+        }
     }
 
     void write(std::span<const uint8_t> bytes) override {
         data_bytes += bytes.size();
-        if (target.type == file_type::AIFF && data_bytes > RIFF_DATA_LIMIT)
+        if (target.type == file_type::AIFF && data_bytes > RIFF_DATA_LIMIT) {
             throw conversion_error(target.path +
                                    ": AIFF cannot hold more than 4 GiB; use wav or caf");
+        }
         errno = 0;
-        if (!writeSamples(bytes))
+        if (!writeSamples(bytes)) {
             throw writeFault();
+        }
     }
 
     void finish() override {
         errno = 0;
         const int status = sf_close(sound);
         sound = nullptr;
-        if (status != SF_ERR_NO_ERROR)
+        if (status != SF_ERR_NO_ERROR) {
             throw writeFault();
+        }
         file.close();
     }
 
@@ -100,9 +111,10 @@ private:
     void nameSpeakers() {
         std::vector<int> codes = mapCodesFromPositions(target.positions);
         const bool is_wave = target.type == file_type::WAV;
-        if (!codes.empty() && (is_wave || codes.size() > 2))
+        if (!codes.empty() && (is_wave || codes.size() > 2)) {
             sf_command(sound, SFC_SET_CHANNEL_MAP_INFO, codes.data(),
                        static_cast<int>(codes.size() * sizeof codes[0]));
+        }
     }
 
     bool writeSamples(std::span<const uint8_t> bytes) {
@@ -118,8 +130,9 @@ private:
     }
 
     conversion_error writeFault() const {
-        if (errno != 0)
+        if (errno != 0) {
             return systemError(target.path, "cannot write");
+        }
         return conversion_error(target.path + ": cannot write: " + sf_strerror(sound));
     }
 

@@ -17,14 +17,16 @@ public:
     explicit stream_sink(const output_target &what) : target(what) {
         buffer.reserve(BUFFER_BYTES);
         open();
-        if (target.type != file_type::WAV)
+        if (target.type != file_type::WAV) {
             return;
+        }
         start = lseek(descriptor, 0, SEEK_CUR);
         header_bytes = putHeader();
     }
     ~stream_sink() override {
-        if (!file && descriptor > STDERR_FILENO)
+        if (!file && descriptor > STDERR_FILENO) {
             close(descriptor);
+        }
     }
 
     void write(std::span<const uint8_t> bytes) override {
@@ -34,18 +36,22 @@ public:
 
     void finish() override {
         constexpr uint8_t PADDING[1] = {0};
-        if (target.type == file_type::WAV && data_bytes % 2 == 1)
+        if (target.type == file_type::WAV && data_bytes % 2 == 1) {
             put(PADDING);
+        }
         flush();
-        if (target.type == file_type::WAV && !target.frame_count)
+        if (target.type == file_type::WAV && !target.frame_count) {
             patchHeader();
-        if (file)
+        }
+        if (file) {
             file->close();
+        }
     }
 
     void commit() override {
-        if (file)
+        if (file) {
             file->commit();
+        }
     }
 
 private:
@@ -54,8 +60,9 @@ private:
             descriptor = STDOUT_FILENO;
         } else if (isSpecialFile(target.path)) {
             descriptor = ::open(target.path.c_str(), O_WRONLY | O_CLOEXEC);
-            if (descriptor < 0)
+            if (descriptor < 0) {
                 throw systemError(target.path, "cannot write");
+            }
         } else {
             file = std::make_unique<temporary_file>(target.path);
             descriptor = file->descriptor();
@@ -79,19 +86,23 @@ private:
         target.frame_count = data_bytes / groupBytes(target.bytes);
         const std::vector<uint8_t> bytes = header();
         const bool appends = fcntl(descriptor, F_GETFL) & O_APPEND;
-        if (start < 0 || appends || bytes.size() != header_bytes)
+        if (start < 0 || appends || bytes.size() != header_bytes) {
             return;
-        if (pwrite(descriptor, bytes.data(), bytes.size(), start) < 0)
+        }
+        if (pwrite(descriptor, bytes.data(), bytes.size(), start) < 0) {
             throw systemError(name(), "cannot write");
+        }
     }
 
     void put(std::span<const uint8_t> bytes) {
-        if (buffer.size() + bytes.size() > BUFFER_BYTES)
+        if (buffer.size() + bytes.size() > BUFFER_BYTES) {
             flush();
-        if (bytes.size() >= BUFFER_BYTES)
+        }
+        if (bytes.size() >= BUFFER_BYTES) {
             writeOut(bytes);
-        else
+        } else {
             buffer.insert(buffer.end(), bytes.begin(), bytes.end());
+        }
     }
 
     void flush() {
@@ -102,10 +113,11 @@ private:
     void writeOut(std::span<const uint8_t> bytes) {
         while (!bytes.empty()) {
             const ssize_t count = ::write(descriptor, bytes.data(), bytes.size());
-            if (count >= 0)
+            if (count >= 0) {
                 bytes = bytes.subspan(static_cast<size_t>(count));
-            else if (errno != EINTR)
+            } else if (errno != EINTR) {
                 throw systemError(name(), "cannot write");
+            }
         }
     }
 

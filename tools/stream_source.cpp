@@ -22,17 +22,20 @@ public:
 
     size_t read(std::span<uint8_t> bytes) override {
         size_t want = bytes.size() / group_bytes * group_bytes;
-        if (bytes_left)
+        if (bytes_left) {
             want = static_cast<size_t>(std::min<uint64_t>(want, *bytes_left));
+        }
         const size_t count = reader->read(bytes.first(want));
-        if (bytes_left)
+        if (bytes_left) {
             *bytes_left -= count;
+        }
         bytes_read += count;
         checkEnd(want, count);
         if (description.bytes.format == AUDIO_FORMAT_AES3) {
             scan.take(bytes.first(count), description.name);
-            if (count == 0)
+            if (count == 0) {
                 scan.finish(description.name);
+            }
         }
         return count;
     }
@@ -46,13 +49,15 @@ public:
 private:
     void checkEnd(size_t want, size_t count) const {
         const size_t torn = count % group_bytes;
-        if (torn > 0)
+        if (torn > 0) {
             throw conversion_error(description.name + ": ends in the middle of a frame (" +
                                    std::to_string(torn) + " of " + std::to_string(group_bytes) +
                                    " bytes)");
-        if (bytes_left && count < want)
+        }
+        if (bytes_left && count < want) {
             throw conversion_error(description.name + ": ends " + std::to_string(*bytes_left) +
                                    " bytes before its header says");
+        }
     }
 
     std::unique_ptr<byte_reader> reader;
@@ -63,10 +68,12 @@ private:
 };
 
 std::optional<uint64_t> rawFrames(const byte_reader &reader, const byte_format &raw) {
-    if (!reader.isRegular())
+    if (!reader.isRegular()) {
         return std::nullopt;
-    if (raw.format == AUDIO_FORMAT_AES3)
+    }
+    if (raw.format == AUDIO_FORMAT_AES3) {
         return countAes3Frames(reader, raw);
+    }
     return frameCount(raw, reader.remainingBytes());
 }
 
@@ -86,8 +93,9 @@ std::unique_ptr<audio_source> makeRawSource(std::unique_ptr<byte_reader> reader,
 
 std::unique_ptr<audio_source> makeWavStreamSource(std::unique_ptr<byte_reader> &reader) {
     const auto parsed = parseWavHeader(reader->peek(LONGEST_STREAM_HEADER));
-    if (!parsed)
+    if (!parsed) {
         return nullptr;
+    }
     std::vector<uint8_t> header(parsed->header_bytes);
     reader->read(header);
     const wav_stream_format &format = parsed->format;
@@ -98,7 +106,8 @@ std::unique_ptr<audio_source> makeWavStreamSource(std::unique_ptr<byte_reader> &
     what.bytes = format.bytes;
     what.depth = format.depth;
     what.layout = layoutFromWaveMask(format.wave_mask, format.bytes.channels);
-    if (format.data_bytes)
+    if (format.data_bytes) {
         what.frame_count = frameCount(format.bytes, *format.data_bytes);
+    }
     return std::make_unique<stream_source>(std::move(reader), std::move(what), format.data_bytes);
 }

@@ -21,9 +21,11 @@ constexpr int ENDING_SIGNALS[] = {SIGINT, SIGTERM, SIGHUP};
 std::array<std::array<char, PATH_MAX>, 16> unfinished_paths;
 
 void removeUnfinished(int signal_number) {
-    for (const auto &path : unfinished_paths)
-        if (path[0] != '\0')
+    for (const auto &path : unfinished_paths) {
+        if (path[0] != '\0') {
             unlink(path.data());
+        }
+    }
     // The handler is installed for one signal only: this one now ends the program.
     raise(signal_number);
 }
@@ -33,8 +35,9 @@ public:
     blocked_signals() {
         sigset_t ending;
         sigemptyset(&ending);
-        for (const int signal_number : ENDING_SIGNALS)
+        for (const int signal_number : ENDING_SIGNALS) {
             sigaddset(&ending, signal_number);
+        }
         sigprocmask(SIG_BLOCK, &ending, &before);
     }
     ~blocked_signals() {
@@ -49,8 +52,9 @@ private:
 
 int claimSlot(const std::string &path) {
     for (size_t slot = 0; slot < unfinished_paths.size(); ++slot) {
-        if (unfinished_paths[slot][0] != '\0' || path.size() >= PATH_MAX)
+        if (unfinished_paths[slot][0] != '\0' || path.size() >= PATH_MAX) {
             continue;
+        }
         std::memcpy(unfinished_paths[slot].data(), path.c_str(), path.size() + 1);
         return static_cast<int>(slot);
     }
@@ -58,29 +62,32 @@ int claimSlot(const std::string &path) {
 }
 
 void releaseSlot(int slot) {
-    if (slot >= 0)
+    if (slot >= 0) {
         unfinished_paths[static_cast<size_t>(slot)][0] = '\0';
+    }
 }
 
 std::string resolveLinks(const std::string &path) {
     char *resolved = realpath(path.c_str(), nullptr);
-    const std::string target = resolved ? resolved : path;
+    std::string target = resolved ? resolved : path;
     std::free(resolved);
     return target;
 }
 
 std::string folderOf(const std::string &path) {
     const size_t slash = path.rfind('/');
-    if (slash == std::string::npos)
+    if (slash == std::string::npos) {
         return ".";
+    }
     return slash == 0 ? "/" : path.substr(0, slash);
 }
 
 // The permissions of the file that is replaced, or those of any new file.
 mode_t outputMode(const std::string &path) {
     struct stat status {};
-    if (stat(path.c_str(), &status) == 0)
+    if (stat(path.c_str(), &status) == 0) {
         return status.st_mode & 07777;
+    }
     const mode_t mask = umask(0);
     umask(mask);
     return 0666 & ~mask;
@@ -95,8 +102,9 @@ void installSignalHandlers() {
     for (const int signal_number : ENDING_SIGNALS) {
         struct sigaction before {};
         sigaction(signal_number, nullptr, &before);
-        if (before.sa_handler != SIG_IGN)
+        if (before.sa_handler != SIG_IGN) {
             sigaction(signal_number, &action, nullptr);
+        }
     }
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
@@ -105,13 +113,16 @@ void installSignalHandlers() {
 void checkWritable(const std::string &path) {
     struct stat status {};
     if (stat(path.c_str(), &status) == 0) {
-        if (S_ISDIR(status.st_mode))
+        if (S_ISDIR(status.st_mode)) {
             throw conversion_error(path + ": is a directory");
-        if (access(path.c_str(), W_OK) != 0)
+        }
+        if (access(path.c_str(), W_OK) != 0) {
             throw systemError(path, "cannot write");
+        }
     }
-    if (!isSpecialFile(path) && access(folderOf(resolveLinks(path)).c_str(), W_OK | X_OK) != 0)
+    if (!isSpecialFile(path) && access(folderOf(resolveLinks(path)).c_str(), W_OK | X_OK) != 0) {
         throw systemError(path, "cannot write");
+    }
 }
 
 bool isSpecialFile(const std::string &path) {
@@ -124,30 +135,35 @@ temporary_file::temporary_file(const std::string &final_path)
     checkWritable(final_path);
     const blocked_signals blocked;
     file_descriptor = mkstemp(path.data());
-    if (file_descriptor < 0)
+    if (file_descriptor < 0) {
         throw systemError(shown_path, "cannot write");
+    }
     slot = claimSlot(path);
     fchmod(file_descriptor, outputMode(target_path));
 }
 
 temporary_file::~temporary_file() {
     const blocked_signals blocked;
-    if (file_descriptor >= 0)
+    if (file_descriptor >= 0) {
         ::close(file_descriptor);
-    if (!path.empty())
+    }
+    if (!path.empty()) {
         unlink(path.c_str());
+    }
     releaseSlot(slot);
 }
 
 void temporary_file::close() {
-    if (::close(std::exchange(file_descriptor, -1)) != 0)
+    if (::close(std::exchange(file_descriptor, -1)) != 0) {
         throw systemError(shown_path, "cannot write");
+    }
 }
 
 void temporary_file::commit() {
     const blocked_signals blocked;
-    if (rename(path.c_str(), target_path.c_str()) != 0)
+    if (rename(path.c_str(), target_path.c_str()) != 0) {
         throw systemError(shown_path, "cannot write");
+    }
     path.clear();
     releaseSlot(std::exchange(slot, -1));
 }

@@ -29,8 +29,9 @@ bool hasTag(std::span<const uint8_t> bytes, size_t offset, const char *tag) {
 
 // The fmt chunk; false when it is no format that can be streamed as it stands.
 bool parseFormat(std::span<const uint8_t> chunk, wav_stream_format &format) {
-    if (chunk.size() < 16)
+    if (chunk.size() < 16) {
         return false;
+    }
     auto code = take<uint16_t>(chunk, 0);
     const auto channels = take<uint16_t>(chunk, 2);
     const auto bits = take<uint16_t>(chunk, 14);
@@ -39,14 +40,16 @@ bool parseFormat(std::span<const uint8_t> chunk, wav_stream_format &format) {
         format.wave_mask = take<uint32_t>(chunk, 20);
         code = take<uint16_t>(chunk, 24);
     }
-    if (channels == 0 || channels > UINT8_MAX || take<uint16_t>(chunk, 12) * 8 != channels * bits)
+    if (channels == 0 || channels > UINT8_MAX || take<uint16_t>(chunk, 12) * 8 != channels * bits) {
         return false;
+    }
     format.bytes.channels = static_cast<uint8_t>(channels);
     format.bytes.rate = take<uint32_t>(chunk, 4);
     format.bytes.bits = static_cast<uint8_t>(bits);
     format.bytes.format = code == WAVE_FLOAT ? AUDIO_FORMAT_FLOAT : AUDIO_FORMAT_PCM;
-    if (code == WAVE_FLOAT)
+    if (code == WAVE_FLOAT) {
         return bits == 32;
+    }
     return code == WAVE_PCM && (bits == 8 || bits == 16 || bits == 24 || bits == 32);
 }
 
@@ -55,12 +58,14 @@ class byte_writer {
 public:
     template <typename Integer>
     void put(Integer value) {
-        for (size_t k = 0; k < sizeof value; ++k)
+        for (size_t k = 0; k < sizeof value; ++k) {
             bytes.push_back(static_cast<uint8_t>(uint64_t{value} >> 8 * k));
+        }
     }
     void tag(const char *text) {
-        for (size_t k = 0; k < 4; ++k)
+        for (size_t k = 0; k < 4; ++k) {
             bytes.push_back(static_cast<uint8_t>(text[k]));
+        }
     }
     void array(std::span<const uint8_t> more) {
         std::ranges::copy(more, std::back_inserter(bytes));
@@ -81,8 +86,9 @@ void putFormat(byte_writer &header, const wav_stream_format &format) {
     header.put<uint32_t>(static_cast<uint32_t>(uint64_t{bytes.rate} * frame_bytes));
     header.put<uint16_t>(frame_bytes);
     header.put<uint16_t>(bytes.bits);
-    if (!extensible)
+    if (!extensible) {
         return;
+    }
     header.put<uint16_t>(22); // bytes that follow
     header.put<uint16_t>(bytes.bits);
     header.put<uint32_t>(format.wave_mask);
@@ -93,8 +99,9 @@ void putFormat(byte_writer &header, const wav_stream_format &format) {
 } // namespace
 
 std::optional<parsed_wav_header> parseWavHeader(std::span<const uint8_t> bytes) {
-    if (!(hasTag(bytes, 0, "RIFF") || hasTag(bytes, 0, "RF64")) || !hasTag(bytes, 8, "WAVE"))
+    if (!(hasTag(bytes, 0, "RIFF") || hasTag(bytes, 0, "RF64")) || !hasTag(bytes, 8, "WAVE")) {
         return std::nullopt;
+    }
     parsed_wav_header parsed;
     bool known_format = false;
     uint64_t long_data_bytes = 0;
@@ -104,15 +111,18 @@ std::optional<parsed_wav_header> parseWavHeader(std::span<const uint8_t> bytes) 
         const auto chunk = bytes.subspan(start, std::min<size_t>(size, bytes.size() - start));
         if (hasTag(bytes, offset, "data")) {
             const uint64_t data = size == UNKNOWN_SIZE ? long_data_bytes : size;
-            if (data != 0)
+            if (data != 0) {
                 parsed.format.data_bytes = data;
+            }
             parsed.header_bytes = start;
             return known_format ? std::optional(parsed) : std::nullopt;
         }
-        if (hasTag(bytes, offset, "ds64") && chunk.size() >= 16)
+        if (hasTag(bytes, offset, "ds64") && chunk.size() >= 16) {
             long_data_bytes = take<uint64_t>(chunk, 8);
-        if (hasTag(bytes, offset, "fmt "))
+        }
+        if (hasTag(bytes, offset, "fmt ")) {
             known_format = parseFormat(chunk, parsed.format);
+        }
         offset = start + size + size % 2;
     }
     return std::nullopt;
