@@ -1,0 +1,106 @@
+// Growth of the sample arrays: exact fit, ownership of borrowed positions, limits.
+
+#include "api/buffers.h"
+#include "support/test_host.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+namespace {
+
+// A converter's record with nothing but its allocator, from a real one.
+struct bare_converter {
+    bare_converter() {
+        callback_lookup lookup = host.enter();
+        record.malloc = reinterpret_cast<host_malloc>(lookup("malloc"));
+        record.free = reinterpret_cast<host_free>(lookup("free"));
+    }
+    void releaseWork() {
+        for (unsigned slot = 0; slot < AUDIO_MAX_CHANNELS; ++slot) {
+            if (record.work.data[slot] != nullptr && record.work_borrowed[slot] == 0) {
+                record.free(record.work.data[slot]);
+            }
+        }
+    }
+    test_host host;
+    audio_converter record = {};
+};
+
+TEST(Buffers, GrowToAnExactFit) {
+    bare_converter bare;
+    channel_buffer_set &work = bare.record.work;
+    EXPECT_EQ(growChannelBufferSet(bare.record, work, 100, 8), 0u);
+    EXPECT_EQ(bare.host.sizes, std::vector<size_t>(8, 400));
+    work.data[3][0] = 7;
+    work.count = 60;
+    EXPECT_EQ(growChannelBufferSet(bare.record, work, 40, 8), 0u);
+    EXPECT_EQ(bare.host.sizes.size(), 8u); // it fits
+    EXPECT_EQ(growChannelBufferSet(bare.record, work, 41, 8), 0u);
+    EXPECT_EQ(work.capacity, 101u);
+    EXPECT_EQ(work.data[3][0], 7);
+    EXPECT_EQ(bare.host.liveBlocks(), 8u);
+    bare.releaseWork();
+    EXPECT_EQ(bare.host.trouble(), "");
+}
+
+TEST(Buffers, EveryFailureLeavesTheSetUsable) {
+    for (uint64_t failing = 9; failing <= 16; ++failing) {
+        bare_converter bare;
+        channel_buffer_set &work = bare.record.work;
+        ASSERT_EQ(growChannelBufferSet(bare.record, work, 10, 8), 0u);
+        for (int32_t *array : work.data) {
+            array[9] = 1234;
+        }
+        work.count = 10;
+        bare.host.fail_at = failing;
+        EXPECT_EQ(growChannelBufferSet(bare.record, work, 1, 8), 1u);
+        EXPECT_EQ(work.capacity, 10u);
+        EXPECT_EQ(work.count, 10u);
+        for (const int32_t *array : work.data) {
+            EXPECT_EQ(array[9], 1234);
+        }
+        EXPECT_EQ(growChannelBufferSet(bare.record, work, 1, 8), 0u);
+        EXPECT_EQ(bare.host.liveBlocks(), 8u);
+        bare.releaseWork();
+        EXPECT_EQ(bare.host.trouble(), "");
+    }
+}
+
+TEST(Buffers, BorrowedPositionsStayTheirOwners) {
+    bare_converter bare;
+    channel_buffer_set &work = bare.record.work;
+    ASSERT_EQ(growChannelBufferSet(bare.record, work, 4, 8), 0u);
+    int32_t lent[4] = {1, 2, 3, 4};
+    lendToWork(bare.record, 2, lent);
+    EXPECT_EQ(bare.host.liveBlocks(), 7u);
+    EXPECT_EQ(work.data[2], lent);
+    lendToWork(bare.record, 2, lent + 1);
+    EXPECT_EQ(bare.host.liveBlocks(), 7u);
+    ASSERT_EQ(growUnlentPositions(bare.record, 6), 0u);
+    EXPECT_EQ(work.data[2], lent + 1);
+    EXPECT_EQ(work.capacity, 6u);
+    work.count = 2;
+    ASSERT_EQ(growChannelBufferSet(bare.record, work, 5, 8), 0u);
+    EXPECT_EQ(bare.record.work_borrowed[2], 0);
+    EXPECT_EQ(work.data[2][1], 3);
+    EXPECT_EQ(bare.host.liveBlocks(), 8u);
+    bare.releaseWork();
+    EXPECT_EQ(bare.host.trouble(), "");
+}
+
+TEST(Buffers, SampleLimit) {
+    bare_converter bare;
+    channel_buffer_set &work = bare.record.work;
+    work.count = work.capacity = 5;
+    for (const uint64_t extra : {uint64_t{1} << 30, (uint64_t{1} << 30) - 5, UINT64_MAX}) {
+        EXPECT_EQ(growChannelBufferSet(bare.record, work, extra, 8), 1u) << extra;
+    }
+    EXPECT_EQ(allocateSamples(bare.record, uint64_t{1} << 30), nullptr);
+    EXPECT_TRUE(bare.host.sizes.empty());
+    bare.host.largest_block = 0;
+    EXPECT_EQ(growChannelBufferSet(bare.record, work, (uint64_t{1} << 30) - 6, 8), 1u);
+    EXPECT_EQ(bare.host.sizes, std::vector<size_t>{((size_t{1} << 30) - 1) * 4});
+}
+
+} // namespace

@@ -1,0 +1,370 @@
+// Channels fed one by one: when blocks go out, and that the whole equals the interleaved stream.
+
+#include "support/conversion.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace {
+
+using samples = std::vector<int32_t>;
+
+audio_converter_settings splitInput(const side &input, const side &output) {
+    audio_converter_settings settings = makeSettings(input, output);
+    settings.input_separate_channels = 1;
+    return settings;
+}
+
+// 16-bit samples of a channel: a hundred times its number and up.
+byte_vector ramp(int first, int count) {
+    byte_vector bytes;
+    for (int k = first; k < first + count; ++k) {
+        bytes.push_back(static_cast<uint8_t>(k));
+        bytes.push_back(static_cast<uint8_t>(k >> 8));
+    }
+    return bytes;
+}
+
+// What happens, in letters: a call, its channel, its first sample and its count.
+struct step {
+    char call; // 'p' put, 'e' end, 'd' done
+    uint8_t channel;
+    int first, count;
+    uint32_t result;
+    size_t frames; // committed by the end of the step, all in all
+};
+
+struct schedule_row {
+    const char *name;
+    sample_layout output;
+    std::vector<step> steps;
+    std::vector<std::pair<int, int>> frames; // the whole output
+};
+
+std::vector<std::pair<int, int>> frameRun(int left, int right, int count) {
+    std::vector<std::pair<int, int>> frames;
+    for (int k = 0; k < count; ++k) {
+        frames.emplace_back(left == 0 ? 0 : left + k, right == 0 ? 0 : right + k);
+    }
+    return frames;
+}
+
+std::vector<std::pair<int, int>> operator+(std::vector<std::pair<int, int>> a,
+                                           const std::vector<std::pair<int, int>> &b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
+const schedule_row SCHEDULE_ROWS[] = {
+    {"equal blocks",
+     {1, 16},
+     {{'p', 0, 100, 100, 0, 0}, {'p', 1, 500, 100, 0, 100}, {'d', 0, 0, 0, 0, 100}},
+     frameRun(100, 500, 100)},
+    {"the largest block is waited for",
+     {1, 16},
+     {{'p', 0, 100, 100, 0, 0},
+      {'p', 1, 500, 50, 0, 0},
+      {'p', 1, 550, 50, 0, 50},
+      {'d', 0, 0, 0, 0, 100}},
+     frameRun(100, 500, 100)},
+    {"an ended channel is silent",
+     {1, 16},
+     {{'p', 0, 100, 10, 0, 0},
+      {'e', 1, 0, 0, 0, 0},
+      {'p', 0, 110, 10, 0, 10},
+      {'p', 0, 120, 10, 0, 20},
+      {'d', 0, 0, 0, 0, 30}},
+     frameRun(100, 0, 30)},
+    {"its remaining samples go first",
+     {1, 16},
+     {{'p', 0, 100, 10, 0, 0},
+      {'p', 1, 500, 10, 0, 10},
+      {'p', 1, 510, 7, 0, 10},
+      {'e', 1, 0, 0, 0, 10},
+      {'p', 0, 110, 10, 0, 20},
+      {'p', 0, 120, 10, 0, 30}},
+     frameRun(100, 500, 17) + frameRun(117, 0, 13)},
+    {"more remaining than a block",
+     {1, 16},
+     {{'p', 1, 500, 10, 0, 0},
+      {'p', 1, 510, 10, 0, 0},
+      {'p', 1, 520, 10, 0, 0},
+      {'e', 1, 0, 0, 0, 0},
+      {'p', 0, 100, 10, 0, 10},
+      {'p', 0, 110, 10, 0, 20},
+      {'p', 0, 120, 10, 0, 30},
+      {'p', 0, 130, 10, 0, 40},
+      {'d', 0, 0, 0, 0, 40}},
+     frameRun(100, 500, 30) + frameRun(130, 0, 10)},
+    {"a block larger than an ended channel ever held",
+     {1, 16},
+     {{'p', 1, 500, 3, 0, 0},
+      {'e', 1, 0, 0, 0, 0},
+      {'p', 0, 100, 40, 0, 40},
+      {'p', 0, 140, 80, 0, 120}},
+     frameRun(100, 500, 3) + frameRun(103, 0, 117)},
+    {"a channel without any input",
+     {1, 16},
+     {{'p', 1, 500, 30, 0, 0}, {'d', 0, 0, 0, 0, 30}},
+     frameRun(0, 500, 30)},
+    {"no input at all", {1, 16}, {{'d', 0, 0, 0, 0, 0}}, {}},
+    {"ended channels refuse input",
+     {1, 16},
+     {{'p', 0, 100, 10, 0, 0},
+      {'e', 0, 0, 0, 0, 0},
+      {'p', 0, 900, 10, 1, 0},
+      {'p', 1, 500, 10, 0, 10},
+      {'d', 0, 0, 0, 0, 10},
+      {'p', 1, 900, 10, 1, 10}},
+     frameRun(100, 500, 10)},
+    {"a channel that the mask lacks",
+     {1, 16},
+     {{'p', 5, 900, 10, 0, 0},
+      {'p', 0, 100, 10, 0, 0},
+      {'p', 1, 500, 10, 0, 10},
+      {'p', 8, 1, 1, 1, 10},
+      {'d', 0, 0, 0, 0, 10}},
+     frameRun(100, 500, 10)},
+    {"pairs: the odd sample waits",
+     {3, 16},
+     {{'p', 0, 100, 5, 0, 0},
+      {'p', 1, 500, 5, 0, 4},
+      {'p', 0, 105, 5, 0, 4},
+      {'p', 1, 505, 5, 0, 10},
+      {'d', 0, 0, 0, 0, 10}},
+     frameRun(100, 500, 10)},
+    {"pairs: the end fills up",
+     {3, 16},
+     {{'p', 0, 100, 5, 0, 0}, {'p', 1, 500, 5, 0, 4}, {'d', 0, 0, 0, 0, 6}},
+     frameRun(100, 500, 5) + frameRun(0, 0, 1)},
+    {"drain: shorter first, then silence",
+     {1, 16},
+     {{'p', 0, 1000, 300, 0, 0}, {'p', 1, 2000, 100, 0, 0}, {'d', 0, 0, 0, 0, 300}},
+     frameRun(1000, 2000, 100) + frameRun(1100, 0, 200)},
+};
+
+std::vector<std::pair<int, int>> framesOf(const byte_vector &bytes, bool big_endian) {
+    std::vector<std::pair<int, int>> frames;
+    const auto at = [&](size_t i) {
+        return big_endian ? bytes[i] * 256 + bytes[i + 1] : bytes[i + 1] * 256 + bytes[i];
+    };
+    for (size_t i = 0; i + 4 <= bytes.size(); i += 4) {
+        frames.emplace_back(at(i), at(i + 2));
+    }
+    return frames;
+}
+
+TEST(SeparateInput, Schedules) {
+    for (const schedule_row &row : SCHEDULE_ROWS) {
+        SCOPED_TRACE(row.name);
+        conversion run(splitInput({{1, 16}, 2, 48000}, {row.output}));
+        int number = 0;
+        for (const step &s : row.steps) {
+            SCOPED_TRACE("step " + std::to_string(number++));
+            const uint32_t result = s.call == 'p'
+                                        ? run.putChannel(ramp(s.first, s.count), s.channel)
+                                    : s.call == 'e' ? run.end(s.channel)
+                                                    : run.done();
+            EXPECT_EQ(result, s.result);
+            EXPECT_EQ(run.committed() / 4, s.frames);
+        }
+        EXPECT_EQ(framesOf(run.streams[0].bytes, row.output.format == 3), row.frames);
+        EXPECT_EQ(run.close(), "");
+    }
+}
+
+// Two channels that have room for 400 samples hold 300 and 100: two blocks at the end. A channel
+// that never had room for more than 100 bounds the blocks.
+TEST(SeparateInput, DrainBlocks) {
+    conversion run(splitInput({{1, 16}, 2, 48000}, {}));
+    EXPECT_EQ(run.putChannel(ramp(1, 400), 0), 0u);
+    EXPECT_EQ(run.putChannel(ramp(1, 400), 1), 0u);
+    EXPECT_EQ(run.putChannel(ramp(1, 300), 0), 0u);
+    EXPECT_EQ(run.putChannel(ramp(1, 100), 1), 0u);
+    EXPECT_EQ(run.done(), 0u);
+    EXPECT_EQ(run.streams[0].chunks, (std::vector<uint32_t>{1600, 400, 800}));
+
+    conversion small(splitInput({{1, 16}, 2, 48000}, {}));
+    EXPECT_EQ(small.putChannel(ramp(1, 300), 0), 0u);
+    EXPECT_EQ(small.putChannel(ramp(1, 100), 1), 0u);
+    EXPECT_EQ(small.done(), 0u);
+    EXPECT_EQ(small.streams[0].chunks, (std::vector<uint32_t>{400, 400, 400}));
+    EXPECT_EQ(run.close() + small.close(), "");
+}
+
+TEST(SeparateInput, PartsOfSamplesAreDropped) {
+    conversion run(splitInput({{1, 16}, 1, 48000}, {}));
+    EXPECT_EQ(run.putChannel(byte_vector{1, 2, 3, 4, 5, 6, 7}, 0), 0u);
+    EXPECT_EQ(run.putChannel(byte_vector{8}, 0), 0u);
+    EXPECT_EQ(run.streams[0].bytes, (byte_vector{1, 2, 3, 4, 5, 6}));
+    EXPECT_EQ(run.close(), "");
+}
+
+// Speaker channels are bits of the mask; places in the frame follow the order map.
+TEST(SeparateInput, SpeakersAndPlaces) {
+    audio_converter_settings settings = splitInput({{1, 8}, 4, 48000, 0x33}, {});
+    conversion run(settings);
+    EXPECT_EQ(run.putChannel(byte_vector{1}, 5), 0u);
+    EXPECT_EQ(run.putChannel(byte_vector{2}, 0), 0u);
+    EXPECT_EQ(run.putChannel(byte_vector{9}, 2), 0u); // not in the layout
+    EXPECT_EQ(run.putChannel(byte_vector{3}, 4), 0u);
+    EXPECT_EQ(run.putChannel(byte_vector{4}, 1), 0u);
+    EXPECT_EQ(run.streams[0].bytes, (byte_vector{2, 4, 3, 1}));
+
+    settings.input_order_map_enabled = settings.output_order_map_enabled = 1;
+    const uint8_t in_map[8] = {4, 3, 0, 0, 2, 1}, out_map[8] = {2, 3, 0, 0, 4, 1};
+    std::copy(in_map, in_map + 8, settings.input_order_map);
+    std::copy(out_map, out_map + 8, settings.output_order_map);
+    conversion mapped(settings);
+    for (const uint8_t speaker : {0, 1, 4, 5}) {
+        EXPECT_EQ(mapped.putChannel(byte_vector{speaker}, speaker), 0u);
+    }
+    EXPECT_EQ(mapped.streams[0].bytes, (byte_vector{5, 0, 1, 4}));
+    EXPECT_EQ(run.close() + mapped.close(), "");
+}
+
+TEST(SeparateInput, NothingTakenBeforeOutputIsAttached) {
+    const auto settings = splitInput({{1, 16}, 2, 48000}, {});
+    test_host host;
+    audio_converter *converter = audioConverterNew(host.enter(), &settings);
+    const byte_vector block = ramp(1, 10);
+    EXPECT_EQ(audioConverterPutBytesOneChannel(converter, block.data(), 20, 0), 1u);
+    EXPECT_EQ(host.sizes.size(), 1u);
+    EXPECT_EQ(audioConverterDone(converter, 0), 0u);
+    audioConverterFree(converter);
+    EXPECT_EQ(host.trouble(), "");
+}
+
+// One channel's bytes of a layout: random samples, cut into calls.
+struct channel_feed {
+    byte_vector bytes;
+    size_t sent = 0;
+    bool ended = false;
+};
+
+// The same channels, silence behind the shorter ones, as one stream of frames.
+byte_vector interleave(const std::vector<samples> &channels) {
+    size_t longest = 0;
+    for (const samples &channel : channels) {
+        longest = std::max(longest, channel.size());
+    }
+    samples frames;
+    for (size_t k = 0; k < longest; ++k) {
+        for (const samples &channel : channels) {
+            frames.push_back(k < channel.size() ? channel[k] : 0);
+        }
+    }
+    return toBytes(frames);
+}
+
+samples decodeMono(sample_layout layout, const byte_vector &bytes) {
+    return toSamples(convert(makeSettings({layout, 1, 48000}, {{1, 32}}), bytes));
+}
+
+struct split_row {
+    side input, output;
+    bool split_output;
+};
+
+void expectSameAsInterleaved(const split_row &row, uint64_t seed) {
+    audio_converter_settings settings = splitInput(row.input, row.output);
+    settings.output_separate_channels = row.split_output;
+    SCOPED_TRACE(describe(settings) + ", seed " + std::to_string(seed));
+    random_numbers random(seed);
+    const uint32_t unit = unitBytes(row.input.layout, 1);
+    std::vector<channel_feed> feeds(row.input.channels);
+    std::vector<samples> channels;
+    for (channel_feed &feed : feeds) {
+        const uint32_t frames = 2 * random.below(random.below(5) == 0 ? 4 : 400);
+        feed.bytes = makeInput(row.input.layout, 1, frames, random.next());
+        channels.push_back(decodeMono(row.input.layout, feed.bytes));
+    }
+    conversion run(settings);
+    const uint32_t largest = 1 + random.below(90);
+    for (int left = 1000; left > 0; --left) {
+        const uint8_t c = static_cast<uint8_t>(random.below(row.input.channels));
+        channel_feed &feed = feeds[c];
+        if (feed.sent == feed.bytes.size()) {
+            if (!feed.ended && random.below(2) == 0) {
+                ASSERT_EQ(run.end(c), 0u);
+                feed.ended = true;
+            }
+            continue;
+        }
+        const size_t block =
+            std::min<size_t>(feed.bytes.size() - feed.sent, random.below(largest + 1) * unit);
+        ASSERT_EQ(run.putChannel(std::span(feed.bytes).subspan(feed.sent, block), c), 0u);
+        feed.sent += block;
+    }
+    // What chance has left over.
+    for (uint8_t c = 0; c < row.input.channels; ++c) {
+        ASSERT_EQ(run.putChannel(std::span(feeds[c].bytes).subspan(feeds[c].sent), c),
+                  feeds[c].ended ? 1u : 0u);
+    }
+    ASSERT_EQ(run.done(), 0u);
+    side joined_input = row.input;
+    joined_input.layout = {1, 32};
+    audio_converter_settings joined = makeSettings(joined_input, row.output);
+    joined.output_separate_channels = row.split_output;
+    ASSERT_TRUE(run.output() == convert(joined, interleave(channels)));
+    ASSERT_EQ(run.close(), "");
+}
+
+TEST(SeparateInput, EqualsInterleaved) {
+    const side outputs[] = {
+        {{1, 24}, 2, 48000, 0x03}, {{2, 20}, 2, 48000, 0x03}, {{3, 16}, 6, 48000, 0x3f},
+        {{4, 20}, 6, 48000, 0x3f}, {{5, 32}, 8, 48000, 0xff}, {{1, 32}, 1, 44100, 0x04},
+        {{4, 24}, 2, 96000, 0x03}, {{3, 24}, 8, 32000, 0xff}, {{2, 16}, 3, 44100, 0x07},
+    };
+    uint64_t seed = 0;
+    for (const sample_layout in : ALL_LAYOUTS) {
+        if (in.format == 4) {
+            continue;
+        }
+        for (const side &output : outputs) {
+            for (const uint8_t channels : {1, 2, 3}) {
+                const uint32_t mask = (1u << channels) - 1;
+                const bool split_output = output.layout.format != 4 && seed % 2 == 0;
+                expectSameAsInterleaved({{in, channels, 48000, mask}, output, split_output},
+                                        ++seed);
+                if (HasFatalFailure()) {
+                    return;
+                }
+            }
+        }
+    }
+}
+
+TEST(SeparateInput, DiscardedTail) {
+    for (const uint32_t rate : {24000u, 96000u}) {
+        conversion run(splitInput({{1, 16}, 2, 48000}, {{}, 0, rate}));
+        EXPECT_EQ(run.putChannel(ramp(1, 300), 0), 0u);
+        EXPECT_EQ(run.putChannel(ramp(1, 200), 1), 0u);
+        EXPECT_EQ(run.done(1), 0u);
+        // The drain goes out, 300 samples behind 20 of lead-in; the tail does not.
+        EXPECT_EQ(run.committed() / 4, rate == 24000 ? (320u - 41) / 2 : (320u * 2 - 81) / 2 * 2);
+        EXPECT_EQ(run.close(), "");
+    }
+}
+
+// With equal rates a refused block is dropped; with a rate change it waits.
+TEST(SeparateInput, RefusedBlocks) {
+    for (const uint32_t rate : {48000u, 96000u}) {
+        conversion run(splitInput({{1, 16}, 1, 48000}, {{}, 0, rate}));
+        run.streams[0].refuses = [&] { return run.streams[0].wants.size() == 1; };
+        EXPECT_EQ(run.putChannel(ramp(1, 100), 0), 1u);
+        EXPECT_EQ(run.committed(), 0u);
+        EXPECT_EQ(run.putChannel(ramp(101, 100), 0), 0u);
+        EXPECT_EQ(run.done(), 0u);
+        if (rate == 48000) {
+            EXPECT_EQ(run.streams[0].bytes, ramp(101, 100));
+        } else {
+            EXPECT_EQ(run.streams[0].bytes,
+                      convert(makeSettings({{1, 16}, 1, 48000}, {{}, 0, rate}), ramp(1, 200)));
+        }
+        EXPECT_EQ(run.close(), "");
+    }
+}
+
+} // namespace

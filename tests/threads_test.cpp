@@ -1,0 +1,73 @@
+// Converters on many threads at once give what they give alone.
+
+#include "support/conversion.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+namespace {
+
+struct job {
+    audio_converter_settings settings;
+    byte_vector input;
+    byte_vector expected;
+};
+
+std::vector<job> makeJobs() {
+    std::vector<job> jobs;
+    const uint32_t rates[] = {48000, 44100, 32000, 96000};
+    for (size_t i = 0; i < std::size(ALL_LAYOUTS); ++i) {
+        const sample_layout in = ALL_LAYOUTS[i];
+        const sample_layout out = ALL_LAYOUTS[(i * 5 + 3) % 14];
+        job next = {makeSettings({in, 6, 48000, 0x3f}, {out, 2, rates[i % 4], 0x03}, 500),
+                    makeInput(in, 6, 500, i),
+                    {}};
+        next.expected = convert(next.settings, next.input);
+        jobs.push_back(next);
+    }
+    return jobs;
+}
+
+TEST(Threads, SameBytesAsAlone) {
+    const std::vector<job> jobs = makeJobs();
+    std::vector<std::thread> threads;
+    std::vector<std::string> wrong(8);
+    for (size_t t = 0; t < wrong.size(); ++t) {
+        threads.emplace_back([&, t] {
+            for (size_t round = 0; round < 2 * jobs.size(); ++round) {
+                const job &mine = jobs[(t * 3 + round) % jobs.size()];
+                if (convert(mine.settings, mine.input, {static_cast<uint32_t>(50 + t), 700}) !=
+                    mine.expected) {
+                    wrong[t] += describe(mine.settings) + "; ";
+                }
+                if (audioConverterBytesToSamples(1000, 3, 2, 20) != 166 ||
+                    audioConverterCheckSettings(nullptr, &mine.settings) != 0) {
+                    wrong[t] += "stateless call; ";
+                }
+            }
+        });
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    for (const std::string &text : wrong) {
+        EXPECT_EQ(text, "");
+    }
+}
+
+// One converter may wander from thread to thread, one call at a time.
+TEST(Threads, ConverterHandedOn) {
+    const job mine = makeJobs()[1];
+    conversion run(mine.settings);
+    for (size_t at = 0; at < mine.input.size(); at += 501) {
+        const auto block =
+            std::span(mine.input).subspan(at, std::min<size_t>(501, mine.input.size() - at));
+        std::thread([&] { EXPECT_EQ(run.put(block), 0u); }).join();
+    }
+    EXPECT_EQ(run.done(), 0u);
+    EXPECT_TRUE(run.output() == mine.expected);
+    EXPECT_EQ(run.close(), "");
+}
+
+} // namespace

@@ -1,0 +1,194 @@
+// How output is cut into chunks, and what is refused before any stream is called.
+
+#include "support/conversion.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using sizes = std::vector<uint32_t>;
+
+struct chunk_row {
+    const char *name;
+    sample_layout output;
+    uint8_t channels;
+    uint32_t frame_size;
+    uint32_t room; // 0: all that is wanted
+    uint32_t frames;
+    bool split;
+    sizes chunks; // of the first stream; the last repeats until the frames are used up
+    uint32_t last_chunk;
+};
+
+const chunk_row CHUNK_ROWS[] = {
+    {"frame size", {1, 16}, 2, 4096, 0, 10000, false, sizes(9, 4096), 3136},
+    {"room", {1, 16}, 2, 4096, 1000, 1000, false, sizes(3, 1000), 1000},
+    {"room and a part of a frame", {1, 16}, 2, 4096, 1003, 1000, false, sizes(3, 1000), 1000},
+    {"pairs", {2, 16}, 2, 4098, 0, 2048, false, sizes(1, 4096), 4096},
+    {"pairs of 20 bits", {2, 20}, 2, 4096, 0, 2000, false, sizes(2, 4090), 1820},
+    {"big-endian 20", {3, 20}, 2, 4096, 0, 1000, false, sizes(1, 4092), 1908},
+    {"split", {1, 16}, 2, 4096, 0, 3000, true, sizes(2, 2048), 1904},
+    {"split, room shared", {1, 16}, 2, 4096, 1000, 1000, true, sizes(3, 500), 500},
+    {"split in eight", {1, 24}, 8, 100, 0, 10, true, sizes(2, 12), 6},
+    {"AES3 adds its header", {4, 16}, 2, 1920, 0, 1000, false, sizes(2, 1924), 1164},
+    {"AES3 in little room", {4, 16}, 2, 1920, 1004, 400, false, sizes(1, 1004), 1004},
+    {"AES3 one byte short", {4, 16}, 2, 1920, 1003, 300, false, sizes(1, 999), 509},
+    {"AES3 payload of 65535", {4, 16}, 2, 1u << 30, 0, 13108, false, sizes(1, 65539), 9},
+    {"AES3 8 x 24", {4, 24}, 8, UINT32_MAX, 0, 2341, false, sizes(1, 65524), 32},
+    {"whole stream", {5, 32}, 8, UINT32_MAX, 0, 5000, false, {}, 160000},
+    {"frame by frame", {1, 8}, 1, 1, 0, 3, false, {1, 1}, 1},
+};
+
+TEST(Writer, Chunks) {
+    for (const chunk_row &row : CHUNK_ROWS) {
+        SCOPED_TRACE(row.name);
+        audio_converter_settings settings =
+            makeSettings({{1, 16}, row.channels, 48000}, {row.output}, row.frame_size);
+        settings.output_separate_channels = row.split;
+        conversion run(settings);
+        if (row.room != 0) {
+            for (recording_stream &stream : run.streams) {
+                stream.room = [&](uint32_t) { return row.room; };
+            }
+        }
+        EXPECT_EQ(run.put(makeInput({1, 16}, row.channels, row.frames, 8)), 0u);
+        sizes expected = row.chunks;
+        expected.push_back(row.last_chunk);
+        for (int slot = 0; slot < (row.split ? row.channels : 1); ++slot) {
+            EXPECT_EQ(run.streams[slot].chunks, expected) << slot;
+        }
+        EXPECT_EQ(run.close(), "");
+    }
+}
+
+// Every pass reserves on all streams in slot order before it writes to any.
+TEST(Writer, OrderOfCalls) {
+    audio_converter_settings settings = makeSettings({{1, 16}, 2, 48000}, {}, 8);
+    std::string journal;
+    for (const uint8_t split : {0, 1}) {
+        settings.output_separate_channels = split;
+        conversion run(settings);
+        journal.clear();
+        run.streams[0].journal = run.streams[1].journal = &journal;
+        const byte_vector input = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
+        EXPECT_EQ(run.put(input), 0u);
+        EXPECT_EQ(run.put({}), 0u); // nothing pending: nobody is asked
+        EXPECT_EQ(run.done(), 0u);
+        EXPECT_EQ(journal, split != 0 ? "r0 f0 r1 f1 c0 a0 c1 a1 r0 f0 r1 f1 c0 a0 c1 a1 "
+                                      : "r0 f0 c0 a0 r0 f0 c0 a0 ");
+        EXPECT_EQ(run.streams[0].wants, split != 0 ? (sizes{6, 2}) : (sizes{12, 4}));
+        const byte_vector left = {1, 2, 5, 6, 9, 10}, right = {3, 4, 7, 8, 11, 12};
+        EXPECT_EQ(run.streams[0].bytes, split != 0 ? left : input);
+        EXPECT_EQ(run.streams[1].bytes, split != 0 ? right : byte_vector{});
+        EXPECT_EQ(run.close(), "");
+    }
+}
+
+struct attach_row {
+    const char *name;
+    std::vector<int> slots;
+    uint32_t result;
+    std::vector<byte_vector> outputs; // by entry of slots
+};
+
+// Which streams are attached, not the flag, decides between joined and split output.
+TEST(Writer, StreamsAttached) {
+    const attach_row rows[] = {
+        {"none", {}, 1, {}},
+        {"first alone: joined", {0}, 0, {{1, 2, 3, 4, 5, 6, 7, 8}}},
+        {"fourth alone", {3}, 0, {{4, 8}}},
+        {"second and third", {1, 2}, 0, {{2, 6}, {3, 7}}},
+        {"one beyond the layout", {0, 6}, 0, {{1, 5}, {}}},
+        {"only one beyond the layout", {6}, 1, {{}}},
+    };
+    for (const attach_row &row : rows) {
+        SCOPED_TRACE(row.name);
+        audio_converter_settings settings = makeSettings({{1, 8}, 4, 48000}, {});
+        settings.output_separate_channels = 1;
+        test_host host;
+        recording_stream streams[8];
+        audio_converter *converter = audioConverterNew(host.enter(), &settings);
+        for (const int slot : row.slots) {
+            EXPECT_EQ(audioConverterInitChannel(converter, &streams[slot], slot), 0);
+        }
+        const uint8_t input[] = {1, 2, 3, 4, 5, 6, 7, 8};
+        EXPECT_EQ(audioConverterPutBytes(converter, input, sizeof input), row.result);
+        for (size_t i = 0; i < row.slots.size(); ++i) {
+            EXPECT_EQ(streams[row.slots[i]].bytes, row.outputs[i]);
+            EXPECT_EQ(streams[row.slots[i]].faults, "");
+        }
+        audioConverterFree(converter);
+        EXPECT_EQ(host.trouble(), "");
+    }
+}
+
+struct refusal_row {
+    const char *name;
+    sample_layout output;
+    uint32_t frame_size;
+    bool split;
+    bool refused;
+};
+
+// A frame size that can never hold a frame (a pair, a share of one) is refused at once, unasked.
+TEST(Writer, RefusedBeforeAnyStream) {
+    const refusal_row rows[] = {
+        {"frame fits", {1, 16}, 4, false, false},
+        {"frame does not fit", {1, 16}, 3, false, true},
+        {"pair fits", {3, 24}, 12, false, false},
+        {"pair does not fit", {3, 24}, 11, false, true},
+        {"pair of 20 bits fits", {2, 20}, 10, false, false},
+        {"pair of 20 bits does not fit", {2, 20}, 9, false, true},
+        {"share fits", {1, 16}, 4, true, false},
+        {"share does not fit", {1, 16}, 3, true, true},
+        {"paired share does not fit", {2, 16}, 7, true, true},
+        {"AES3 frame fits", {4, 16}, 5, false, false},
+        {"AES3 frame does not fit", {4, 16}, 4, false, true},
+        {"AES3 split", {4, 16}, 4096, true, true},
+    };
+    for (const refusal_row &row : rows) {
+        SCOPED_TRACE(row.name);
+        audio_converter_settings settings =
+            makeSettings({{1, 16}, 2, 48000}, {row.output}, row.frame_size);
+        settings.output_separate_channels = row.split;
+        conversion run(settings);
+        const byte_vector input = makeInput({1, 16}, 2, 6, 1);
+        EXPECT_EQ(run.put(input), row.refused ? 1u : 0u);
+        EXPECT_EQ(run.streams[0].wants.empty(), row.refused);
+        EXPECT_EQ(run.put({}), row.refused ? 1u : 0u); // still pending
+        EXPECT_EQ(run.close(), "");
+    }
+}
+
+// Frames that leave in pairs: the odd one waits, and the end completes it with silence.
+TEST(Writer, OddFrame) {
+    for (const uint8_t format : {2, 3}) {
+        for (const uint32_t rate : {48000u, 24000u}) {
+            for (const uint32_t discard : {0u, 1u}) {
+                conversion run(makeSettings({{1, 16}, 1, 48000}, {{format, 16}, 0, rate}));
+                const byte_vector frame = {0x34, 0x12};
+                EXPECT_EQ(run.put(frame), 0u);
+                EXPECT_EQ(run.committed(), 0u);
+                if (rate == 48000) {
+                    EXPECT_EQ(run.put({}), 0u);
+                    EXPECT_EQ(run.committed(), 0u);
+                    EXPECT_EQ(run.put(frame), 0u);
+                    EXPECT_EQ(run.put(frame), 0u);
+                    EXPECT_EQ(run.streams[0].bytes, (byte_vector{0x12, 0x34, 0x12, 0x34}));
+                } else {
+                    EXPECT_EQ(run.put(frame), 0u);
+                }
+                const size_t before = run.committed();
+                EXPECT_EQ(run.done(discard), 0u);
+                EXPECT_EQ(run.committed() - before, discard != 0 ? 0u : 4u);
+                if (rate == 48000 && discard == 0) {
+                    EXPECT_EQ(run.streams[0].bytes,
+                              (byte_vector{0x12, 0x34, 0x12, 0x34, 0x12, 0x34, 0, 0}));
+                }
+                EXPECT_EQ(run.close(), "");
+            }
+        }
+    }
+}
+
+} // namespace
