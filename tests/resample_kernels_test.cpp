@@ -44,7 +44,7 @@ constexpr rate_case RATES[] = {
     {"no_table_large", 8009, 8011},
     {"one_to_many", 1, 5000},
     {"table_near_limit", 2039, 2049},
-    {"several_windows", 9000, 313},
+    {"several_windows", 5101, 367},
 };
 
 struct free_block {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "resampler/resample_channel.h"
 #include "resampler/vector_groups.h"
 #include "resampler/vector_rounds.h"
 
@@ -23,14 +24,27 @@ void runNeighbours(const resample_job &job, const phase_plan &plan, uint64_t rou
     }
 }
 
-// One round of one channel, group by group.
+// Without a kernel table, fewer lanes than this run faster one after the other: a tile of them is
+// mostly empty, or its rounds are too short to pay for the gathering.
 template <typename V>
-void runLaneInGroups(const resample_job &job, const phase_plan &plan, uint64_t lane,
-                     double *scratch) {
+uint64_t fewestTiled(const phase_plan &plan) {
+    constexpr uint64_t FEWEST_OF_SHORT_ROUNDS = 12;
+    return plan.up < PHASES_PER_GROUP ? FEWEST_OF_SHORT_ROUNDS : V::NARROWEST / 4 + 1;
+}
+
+// One round of one channel: group by group, or by the plain form.
+template <typename V>
+void runSingleLane(const resample_job &job, const phase_plan &plan, uint64_t lane,
+                   double *scratch) {
     const uint64_t round = lane / job.state->channels;
     const uint64_t channel = lane % job.state->channels;
-    filterPartOfRound<V>(plan, job.inputs[channel] + round * plan.down,
-                         job.outputs[channel] + round * plan.up, plan.up, scratch);
+    const int32_t *input = job.inputs[channel] + round * plan.down;
+    int32_t *output = job.outputs[channel] + round * plan.up;
+    if (plan.group_size != 0) {
+        filterPartOfRound<V>(plan, input, output, plan.up, scratch);
+    } else {
+        resampleChannel(*job.state, input, output, job.state->up_factor);
+    }
 }
 
 // A tile of the width that suits the lanes left; returns the lanes done.
@@ -55,11 +69,12 @@ unsigned runTile(const resample_job &job, const phase_plan &plan, uint64_t lane,
 template <typename V>
 void runRounds(const resample_job &job, const phase_plan &plan, uint64_t rounds, double *scratch) {
     const uint64_t lanes = rounds * job.state->channels;
+    const uint64_t single = plan.group_size != 0 ? V::FEW_LANES : fewestTiled<V>(plan) - 1;
     uint64_t lane = 0;
     while (lane < lanes) {
         const uint64_t left = lanes - lane;
-        if (left <= V::FEW_LANES && plan.group_size != 0) {
-            runLaneInGroups<V>(job, plan, lane, scratch);
+        if (left <= single) {
+            runSingleLane<V>(job, plan, lane, scratch);
             ++lane;
         } else {
             lane += runTile<V>(job, plan, lane, left, scratch);
