@@ -48,6 +48,14 @@ def wav(data, channels=2, rate=48000, bits=16, mask=None, data_bytes=None):
     return b"RIFF" + struct.pack("<I", min(len(chunks) + size, 0xFFFFFFFF)) + chunks + data
 
 
+def rf64(present, claimed=None):
+    """A stereo RF64 file with so many bytes of silence."""
+    claimed = present if claimed is None else claimed
+    header = wav(b"", data_bytes=0xFFFFFFFF).replace(b"RIFF", b"RF64", 1)
+    ds64 = b"ds64" + struct.pack("<IQQQI", 28, claimed + 72, claimed, claimed // 4, 0)
+    return header[:12] + ds64 + header[12:] + bytes(present)
+
+
 def parse_wav(content):
     """(kind, code, channels, rate, bits, mask, data) of a WAV file."""
     kind, offset, fmt = content[:4].decode(), 12, None
@@ -178,8 +186,10 @@ class ToolTest(unittest.TestCase):
         for name, channels, mask, options, expected in self.each(table):
             self.put("in.wav", wav(tone(480, channels), channels, mask=mask))
             self.run_tool(f"{options} in.wav out.wav")
-            kind, *header, data = parse_wav(self.get("out.wav"))
+            content = self.get("out.wav")
+            kind, *header, data = parse_wav(content)
             self.assertEqual((kind, *header), ("RIFF", *expected), name)
+            self.assertNotIn(b"PEAK", content, "the chunk holds the time of writing")
             frames = 480 * expected[2] // (8000 if "--in-rate" in options else 48000)
             self.assertEqual(len(data), frames * expected[1] * expected[3] // 8, name)
 
@@ -196,6 +206,10 @@ class ToolTest(unittest.TestCase):
         for name, chunk in (("a.aiff", b"SSND"), ("a.caf", b"data")):
             content = self.get(name)
             self.assertEqual(content[content.index(chunk) + 16:], big_endian, name)
+            self.run_tool(f"-b 8 in.wav {name}")
+            content = self.get(name)
+            self.assertEqual(content[content.index(chunk) + 16:].rstrip(b"\0"),
+                             big_endian[::2].rstrip(b"\0"), name)
 
     def test_files_replace_and_keep(self):
         """A result replaces the file of its name, a failure leaves that file alone."""
@@ -216,9 +230,7 @@ class ToolTest(unittest.TestCase):
     def test_beyond_4_gib(self):
         """Sparse files, sized but not converted."""
         size = 5_000_000_000
-        header = wav(b"", data_bytes=0xFFFFFFFF).replace(b"RIFF", b"RF64", 1)
-        ds64 = b"ds64" + struct.pack("<IQQQI", 28, size + 72, size, size // 4, 0)
-        self.put("long.wav", header[:12] + ds64 + header[12:])
+        self.put("long.wav", rf64(0, size))
         self.put("long.raw", b"")
         for name in ("long.wav", "long.raw"):
             os.truncate(self.folder / name, size + (80 if name == "long.wav" else 0))
@@ -261,6 +273,7 @@ class ToolTest(unittest.TestCase):
         table = [
             ("wav", [], content),
             ("wav of unknown length", [], wav(samples, 3, mask=0x7, data_bytes=0xFFFFFFFF)),
+            ("wav with an odd chunk", [], content[:12] + b"odd \3\0\0\0abc\0" + content[12:]),
             ("caf", [], self.get("in.caf")),
             ("raw", raw, samples),
         ]
@@ -281,6 +294,13 @@ class ToolTest(unittest.TestCase):
             subprocess.run([TOOL, "--raw", "pcm,16,2,48000", "-", "-"], input=tone(999, 2),
                            stdout=file, check=True)
         self.assertEqual(self.get("out.wav"), wav(tone(999, 2)))
+
+    def test_odd_data_is_padded(self):
+        piped = self.run_tool("--raw pcm,8,1,48000 -t wav - -", stdin=b"abc").stdout
+        self.assertEqual(piped[-8:], b"\xff\xff\xff\xffabc\0")
+        self.put("in.raw", b"abc")
+        piped = self.run_tool("--raw pcm,8,1,48000 in.raw -").stdout
+        self.assertEqual(struct.unpack_from("<I", piped, 4)[0], len(piped) - 8)
 
     # ---- Faults -----------------------------------------------------------------------------
 
@@ -318,7 +338,8 @@ class ToolTest(unittest.TestCase):
         files = {
             "in.wav": wav(tone(1000, 2)), "odd.raw": bytes(1001), "text": b"no sound\n",
             "mono.wav": wav(tone(10, 1), 1), "slow.wav": wav(tone(10, 1), 1, 8000),
-            "cut.wav": wav(tone(1000, 2))[:3000], "torn.aes3": bytes.fromhex("00050000 800080"),
+            "cut.wav": wav(tone(1000, 2))[:3000], "cut64.wav": rf64(4000)[:-500],
+            "torn.aes3": bytes.fromhex("00050000 800080"),
         }
         table = [
             ("--in-layout 5.1 in.wav out.wav", "V15:Invalid channel mask (63) for (2) input"),
@@ -338,6 +359,7 @@ class ToolTest(unittest.TestCase):
             ("in.wav -t aiff -", "AIFF cannot be written to a stream"),
             ("--matrix missing in.wav out.wav", "missing: cannot read the matrix"),
             ("cut.wav out.wav", "ends before its header says"),
+            ("cut64.wav out.wav", "ends before its header says"),
             ("--raw pcm,16,2,48000 odd.raw out.wav", "in the middle of a frame (1 of 4 bytes)"),
             ("--raw lpcm-be,24,1,48000 odd.raw out.wav", "in the middle of a frame"),
             ("--raw aes3,16,2,48000 torn.aes3 out.wav", "in the middle of a frame"),
@@ -408,7 +430,7 @@ class ToolTest(unittest.TestCase):
 
     def test_filter_response(self):
         for rates, per_sample in (((44100, 48000), 160), ((48000, 44100), 147),
-                                  ((48000, 24000), 1), ((48000, 48000), 1)):
+                                  ((48000, 24000), 1), ((43000, 44000), 44), ((48000, 48000), 1)):
             with self.subTest(rates):
                 text = self.run_tool(f"--show-filter --in-rate {rates[0]} -r {rates[1]}").stdout
                 rows = [line.split(",") for line in text.decode().splitlines()[1:]]
@@ -425,7 +447,6 @@ class ToolTest(unittest.TestCase):
         frames = 48000
         self.put("in.wav", wav(pcm16(*(value for n in range(frames) for value in (
             round(16384 * math.sin(2 * math.pi * n / 48)), 0)))))
-        self.put("loud", b"1.9 0\n0 1\n")
         text = self.run_tool("--levels --stats -r 24000 in.wav a.wav").stdout.decode()
         for pattern in (r"input  FL   peak   -6\.02 dBFS  RMS   -9\.03 dBFS",
                         r"output FL   peak   -6\.0\d dBFS  RMS   -9\.0\d dBFS",
@@ -439,6 +460,13 @@ class ToolTest(unittest.TestCase):
         text = self.run_tool("--stats --matrix loud in.wav a.wav").stdout.decode()
         self.assertIn("full-scale:       FL 2000 FR 0", text)  # both peaks of 1000 periods
         self.assertIn("warning: 2000 output samples", text)
+        extremes = pcm16(32767, -32768, 32766, -32767)
+        text = self.run_tool("--stats --raw pcm,16,2,48000 - a.wav", stdin=extremes).stdout.decode()
+        self.assertIn("full-scale:       FL 1 FR 1", text)
+        for form in ("pcm -b 8", "pcm -b 24", "float", "lpcm-be -b 20", "lpcm-paired -b 20",
+                     "lpcm-paired -b 24", "aes3 -b 20"):
+            text = self.run_tool(f"--levels -f {form} -t raw in.wav a.raw").stdout.decode()
+            self.assertRegex(text, r"output FL   peak   -6\.0\d dBFS  RMS   -9\.0\d", form)
         piped = self.run_tool("--levels in.wav -")
         self.assertEqual(piped.stdout, self.get("in.wav"))
         self.assertIn(b"peak", piped.stderr)
