@@ -6,7 +6,7 @@ namespace {
 struct avx2_form : avx2_doubles {
     static constexpr unsigned NARROWEST = 4;
     static constexpr unsigned GROUPS = 4;
-    static constexpr unsigned FEW_LANES = 5;
+    static constexpr unsigned FEW_LANES = 2;
 };
 
 } // namespace

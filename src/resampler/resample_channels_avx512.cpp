@@ -6,7 +6,7 @@ namespace {
 struct avx512_form : avx512_doubles {
     static constexpr unsigned NARROWEST = 8;
     static constexpr unsigned GROUPS = 5;
-    static constexpr unsigned FEW_LANES = 6;
+    static constexpr unsigned FEW_LANES = 2;
 };
 
 } // namespace

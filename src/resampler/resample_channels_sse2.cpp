@@ -6,7 +6,7 @@ namespace {
 struct sse2_form : sse2_doubles {
     static constexpr unsigned NARROWEST = 4;
     static constexpr unsigned GROUPS = 2;
-    static constexpr unsigned FEW_LANES = 6;
+    static constexpr unsigned FEW_LANES = 2;
 };
 
 } // namespace

@@ -13,18 +13,17 @@ constexpr unsigned TAPS = 40; // of every phase but phase 0, which has one more
 struct phase_plan {
     uint64_t up;
     uint64_t down;
-    uint64_t whole_step;        // down / up
-    uint64_t part_step;         // down % up
-    const double *coefficients; // the kernel table, or the filter itself
-    size_t tap_stride;          // from one tap of a phase to its next
-    size_t group_size;          // coefficients of a group of phases; 0: the filter itself
+    uint64_t whole_step; // down / up
+    uint64_t part_step;  // down % up
+    const double *filter;
+    const double *kernel_table; // or null
+    size_t group_rows;          // of the kernel table
 };
 
 struct phase_cursor {
-    uint64_t phase;       // 0 .. L - 1
-    uint64_t first;       // the first input sample under its filter, from the round's start
-    uint64_t offset;      // position in the filter of that sample's coefficient, below L
-    uint64_t group_first; // `first` of the first phase of its group
+    uint64_t phase;  // 0 .. L - 1
+    uint64_t first;  // the first input sample under its filter, from the round's start
+    uint64_t offset; // position in the filter of that sample's coefficient, below L
 };
 
 phase_plan makePlan(const resample_job &job) {
@@ -34,14 +33,9 @@ phase_plan makePlan(const resample_job &job) {
     plan.down = state.down_factor;
     plan.whole_step = plan.down / plan.up;
     plan.part_step = plan.down % plan.up;
-    if (job.kernel_table != nullptr) {
-        plan.coefficients = job.kernel_table;
-        plan.tap_stride = PHASES_PER_GROUP;
-        plan.group_size = kernelTableRows(plan.up, plan.down) * PHASES_PER_GROUP;
-    } else {
-        plan.coefficients = state.filter;
-        plan.tap_stride = state.up_factor;
-    }
+    plan.filter = state.filter;
+    plan.kernel_table = job.kernel_table;
+    plan.group_rows = kernelTableRows(plan.up, plan.down);
     return plan;
 }
 
@@ -64,18 +58,6 @@ void advance(const phase_plan &plan, phase_cursor &cursor) {
         cursor.offset += plan.up - plan.part_step;
         ++cursor.first;
     }
-    if (cursor.phase % PHASES_PER_GROUP == 0) {
-        cursor.group_first = cursor.first;
-    }
-}
-
-const double *coefficientsOf(const phase_plan &plan, const phase_cursor &cursor) {
-    if (plan.group_size == 0) {
-        return plan.coefficients + cursor.offset;
-    }
-    const uint64_t row = cursor.first - cursor.group_first;
-    return plan.coefficients + cursor.phase / PHASES_PER_GROUP * plan.group_size +
-           row * PHASES_PER_GROUP + cursor.phase % PHASES_PER_GROUP;
 }
 
 uint64_t smaller(uint64_t a, uint64_t b) {

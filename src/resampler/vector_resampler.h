@@ -2,6 +2,7 @@
 
 #include "resampler/resample_channel.h"
 #include "resampler/vector_groups.h"
+#include "resampler/vector_neighbours.h"
 #include "resampler/vector_rounds.h"
 
 // Shared by the vector forms; internal linkage, see vector_phases.h.
@@ -40,11 +41,26 @@ void runSingleLane(const resample_job &job, const phase_plan &plan, uint64_t lan
     const uint64_t channel = lane % job.state->channels;
     const int32_t *input = job.inputs[channel] + round * plan.down;
     int32_t *output = job.outputs[channel] + round * plan.up;
-    if (plan.group_size != 0) {
+    if (plan.kernel_table != nullptr) {
         filterPartOfRound<V>(plan, input, output, plan.up, scratch);
     } else {
         resampleChannel(*job.state, input, output, job.state->up_factor);
     }
+}
+
+// A tile of WIDTH lanes, or of those left; returns the lanes done.
+template <typename V, unsigned WIDTH>
+unsigned runTileOf(const resample_job &job, const phase_plan &plan, uint64_t lane, uint64_t left,
+                   double *scratch) {
+    // More zeros between the taps than this cost more than phases walked one by one.
+    constexpr size_t MOST_GROUP_ROWS = TAPS + TAPS / 2;
+    const auto lanes = static_cast<unsigned>(smaller(left, WIDTH));
+    if (plan.kernel_table != nullptr && plan.group_rows <= MOST_GROUP_ROWS) {
+        filterRoundsInGroups<V, WIDTH>(job, plan, lane, lanes, scratch);
+    } else {
+        filterRounds<V, WIDTH>(job, plan, lane, lanes, scratch);
+    }
+    return lanes;
 }
 
 // A tile of the width that suits the lanes left; returns the lanes done.
@@ -52,24 +68,18 @@ template <typename V>
 unsigned runTile(const resample_job &job, const phase_plan &plan, uint64_t lane, uint64_t left,
                  double *scratch) {
     if (left + V::LANES > 16) {
-        const auto lanes = static_cast<unsigned>(smaller(left, 16));
-        filterRounds<V, 16>(job, plan, lane, lanes, scratch);
-        return lanes;
+        return runTileOf<V, 16>(job, plan, lane, left, scratch);
     }
     if (left + V::LANES > 8) {
-        const auto lanes = static_cast<unsigned>(smaller(left, 8));
-        filterRounds<V, 8>(job, plan, lane, lanes, scratch);
-        return lanes;
+        return runTileOf<V, 8>(job, plan, lane, left, scratch);
     }
-    const auto lanes = static_cast<unsigned>(smaller(left, V::NARROWEST));
-    filterRounds<V, V::NARROWEST>(job, plan, lane, lanes, scratch);
-    return lanes;
+    return runTileOf<V, V::NARROWEST>(job, plan, lane, left, scratch);
 }
 
 template <typename V>
 void runRounds(const resample_job &job, const phase_plan &plan, uint64_t rounds, double *scratch) {
     const uint64_t lanes = rounds * job.state->channels;
-    const uint64_t single = plan.group_size != 0 ? V::FEW_LANES : fewestTiled<V>(plan) - 1;
+    const uint64_t single = plan.kernel_table != nullptr ? V::FEW_LANES : fewestTiled<V>(plan) - 1;
     uint64_t lane = 0;
     while (lane < lanes) {
         const uint64_t left = lanes - lane;
@@ -95,7 +105,7 @@ uint64_t runForm(const resample_job &job) {
         return rounds * plan.up;
     }
     runRounds<V>(job, plan, rounds, scratch);
-    if (left == 0 || plan.group_size == 0) {
+    if (left == 0 || plan.kernel_table == nullptr) {
         return rounds * plan.up;
     }
     for (unsigned c = 0; c < job.state->channels; ++c) {

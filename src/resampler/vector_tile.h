@@ -11,6 +11,39 @@ constexpr unsigned SCRATCH_DOUBLES = 5120;
 constexpr unsigned SUMS_PER_CHUNK = 1024;
 constexpr unsigned SUMS_IN_FLIGHT = 8; // vectors; enough to hide the latency of an addition
 
+// Where the lanes of a tile come from and go to. Lanes number all rounds of all channels,
+// channels first: lane = round * channels + channel.
+template <unsigned WIDTH>
+struct lane_places {
+    const int32_t *sources[WIDTH];
+    int32_t *destinations[WIDTH];
+};
+
+// Lanes beyond those wanted repeat the last one; their sums are dropped.
+template <unsigned WIDTH>
+void placeLanes(const resample_job &job, const phase_plan &plan, uint64_t first_lane,
+                unsigned lanes, lane_places<WIDTH> &places) {
+    for (unsigned lane = 0; lane < WIDTH; ++lane) {
+        const uint64_t number = first_lane + smaller(lane, lanes - 1);
+        const uint64_t round = number / job.state->channels;
+        const uint64_t channel = number % job.state->channels;
+        places.sources[lane] = job.inputs[channel] + round * plan.down;
+        places.destinations[lane] = job.outputs[channel] + round * plan.up;
+    }
+}
+
+// Input samples [first, first + rows) of every lane, counted from its round's start: one row of
+// the scratch for each.
+template <typename V, unsigned WIDTH>
+void gatherRows(const lane_places<WIDTH> &places, uint64_t first, uint64_t rows, double *scratch) {
+    for (unsigned lane = 0; lane < WIDTH; lane += 4) {
+        const int32_t *const *sources = places.sources + lane;
+        const int32_t *const from[4] = {sources[0] + first, sources[1] + first, sources[2] + first,
+                                        sources[3] + first};
+        gatherFour<V>(from, rows, scratch + lane, WIDTH);
+    }
+}
+
 // Rounds of outputs side by side. Lane l of input row i, counted from its round's start, stands
 // at samples[offsets[i - first_row] + l].
 struct lane_tile {
@@ -31,7 +64,7 @@ void filterPhases(const phase_plan &plan, const lane_tile &tile, phase_cursor &c
     const uint32_t *offsets[PHASES];
     typename V::vector sum[PHASES][VECTORS];
     for (unsigned p = 0; p < PHASES; ++p) {
-        coefficients[p] = coefficientsOf(plan, cursor);
+        coefficients[p] = plan.filter + cursor.offset;
         offsets[p] = tile.offsets + (cursor.first - tile.first_row);
         advance(plan, cursor);
         for (unsigned v = 0; v < VECTORS; ++v) {
@@ -40,8 +73,7 @@ void filterPhases(const phase_plan &plan, const lane_tile &tile, phase_cursor &c
     }
     for (unsigned tap = 0; tap < taps; ++tap) {
         for (unsigned p = 0; p < PHASES; ++p) {
-            const typename V::vector coefficient =
-                V::spread(coefficients[p][tap * plan.tap_stride]);
+            const typename V::vector coefficient = V::spread(coefficients[p][tap * plan.up]);
             const double *row = tile.samples + offsets[p][tap];
             for (unsigned v = 0; v < VECTORS; ++v) {
                 sum[p][v] =
