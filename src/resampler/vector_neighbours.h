@@ -77,15 +77,26 @@ void filterColumns(const phase_plan &plan, const neighbour_columns &columns, uin
     const lane_tile tile = {columns.samples + column, columns.offsets, 0, destinations,
                             static_cast<unsigned>(lanes)};
     phase_cursor cursor = {};
-    filterTile<V, WIDTH>(plan, tile, cursor, plan.up);
+    if (plan.down == 1) {
+        filterTile<V, WIDTH, true>(plan, tile, cursor, plan.up);
+    } else {
+        filterTile<V, WIDTH, false>(plan, tile, cursor, plan.up);
+    }
 }
 
-// The narrowest tile that holds the lanes left, or the widest there is; narrow ones are bound by
-// the latency of their additions and gain nothing.
+// The widest tile of use: with M = 1 two phases share each load, so half the width fills the
+// sums in flight.
 template <typename V>
-constexpr unsigned columnTileWidth(uint64_t left) {
+unsigned widestColumnTile(const phase_plan &plan) {
+    return SUMS_IN_FLIGHT * V::LANES / (plan.down == 1 ? 2 : 1);
+}
+
+// The narrowest tile that holds the lanes left, or the widest; narrow ones are bound by the
+// latency of their additions and gain nothing.
+template <typename V>
+unsigned columnTileWidth(uint64_t left, unsigned widest) {
     unsigned width = V::NARROWEST;
-    while (width < left && width < SUMS_IN_FLIGHT * V::LANES) {
+    while (width < left && width < widest) {
         width *= 2;
     }
     return width;
@@ -119,15 +130,16 @@ uint64_t mostNeighbours(const neighbour_columns &columns) {
 template <typename V>
 void filterNeighbours(const phase_plan &plan, const neighbour_columns &columns,
                       const int32_t *input, int32_t *output, uint64_t rounds) {
-    constexpr uint64_t WIDEST = SUMS_IN_FLIGHT * V::LANES;
+    const unsigned widest = widestColumnTile<V>(plan);
     const uint64_t count = (rounds - 1) * plan.down + samplesUnder(plan, plan.up);
-    const uint64_t last_tile = rounds / WIDEST * WIDEST;
-    const uint64_t padded = last_tile + columnTileWidth<V>(rounds - last_tile);
-    fillColumns<V>(input, count, plan.down,
-                   smaller(padded, mostNeighbours<V>(columns)) + columns.reach, columns);
-    for (uint64_t column = 0; column < rounds; column += WIDEST) {
-        const uint64_t lanes = smaller(rounds - column, WIDEST);
-        filterColumnTile<V>(columnTileWidth<V>(lanes), plan, columns, column, lanes, output);
+    const uint64_t whole = rounds / widest * widest;
+    const uint64_t padded =
+        whole + (whole < rounds ? columnTileWidth<V>(rounds - whole, widest) : 0);
+    fillColumns<V>(input, count, plan.down, padded + columns.reach, columns);
+    for (uint64_t column = 0; column < rounds; column += widest) {
+        const uint64_t lanes = smaller(rounds - column, widest);
+        filterColumnTile<V>(columnTileWidth<V>(lanes, widest), plan, columns, column, lanes,
+                            output);
     }
 }
 

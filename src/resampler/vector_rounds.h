@@ -32,7 +32,7 @@ void filterRounds(const resample_job &job, const phase_plan &plan, uint64_t firs
         const uint64_t end = smaller(plan.up, (first + ROWS - TAPS - 1) * plan.up / plan.down + 1);
         gatherRows<V>(places, first, samplesUnder(plan, end) - first, scratch);
         const lane_tile tile = {scratch, offsets, first, places.destinations, lanes};
-        filterTile<V, WIDTH>(plan, tile, cursor, end);
+        filterTile<V, WIDTH, false>(plan, tile, cursor, end);
     }
 }
 

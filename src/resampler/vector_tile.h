@@ -54,11 +54,21 @@ struct lane_tile {
     unsigned lanes;               // how many are wanted, of the tile's width
 };
 
+// One input row, times one coefficient, onto the sums.
+template <typename V, unsigned VECTORS>
+void addProducts(typename V::vector (&sums)[VECTORS], const double *row, double coefficient) {
+    const typename V::vector factor = V::spread(coefficient);
+    for (unsigned v = 0; v < VECTORS; ++v) {
+        sums[v] = V::add(sums[v], V::multiply(V::load(row + v * V::LANES), factor));
+    }
+}
+
 // The sums of neighbouring phases, all lanes of the tile: one row of `sums` per phase. Every sum
-// starts at 0.0 and takes its products in input order, each rounded before it is added.
-template <typename V, unsigned WIDTH, unsigned PHASES>
+// starts at 0.0 and takes its products in input order, each rounded before it is added. SHARED:
+// all phases but phase 0 start at the same input sample, phase 0 one earlier, as they do for M = 1.
+template <typename V, unsigned WIDTH, unsigned PHASES, bool SHARED>
 void filterPhases(const phase_plan &plan, const lane_tile &tile, phase_cursor &cursor,
-                  unsigned taps, int32_t *sums) {
+                  int32_t *sums) {
     constexpr unsigned VECTORS = WIDTH / V::LANES;
     const double *coefficients[PHASES];
     const uint32_t *offsets[PHASES];
@@ -66,19 +76,22 @@ void filterPhases(const phase_plan &plan, const lane_tile &tile, phase_cursor &c
     for (unsigned p = 0; p < PHASES; ++p) {
         coefficients[p] = plan.filter + cursor.offset;
         offsets[p] = tile.offsets + (cursor.first - tile.first_row);
-        advance(plan, cursor);
         for (unsigned v = 0; v < VECTORS; ++v) {
             sum[p][v] = V::zero();
         }
+        // 1. The one tap that phase 0 has more than the others.
+        if (p == 0 && cursor.phase == 0) {
+            addProducts<V, VECTORS>(sum[p], tile.samples + *offsets[p], *coefficients[p]);
+            coefficients[p] += plan.up;
+            ++offsets[p];
+        }
+        advance(plan, cursor);
     }
-    for (unsigned tap = 0; tap < taps; ++tap) {
+    // 2. The 40 that all have.
+    for (unsigned tap = 0; tap < TAPS; ++tap) {
         for (unsigned p = 0; p < PHASES; ++p) {
-            const typename V::vector coefficient = V::spread(coefficients[p][tap * plan.up]);
-            const double *row = tile.samples + offsets[p][tap];
-            for (unsigned v = 0; v < VECTORS; ++v) {
-                sum[p][v] =
-                    V::add(sum[p][v], V::multiply(V::load(row + v * V::LANES), coefficient));
-            }
+            const double *row = tile.samples + offsets[SHARED ? 0 : p][tap];
+            addProducts<V, VECTORS>(sum[p], row, coefficients[p][tap * plan.up]);
         }
     }
     for (unsigned p = 0; p < PHASES; ++p) {
@@ -88,32 +101,21 @@ void filterPhases(const phase_plan &plan, const lane_tile &tile, phase_cursor &c
     }
 }
 
-// `count` phases from the cursor on, one row of `sums` each.
-template <typename V, unsigned WIDTH>
-void filterChunk(const phase_plan &plan, const lane_tile &tile, phase_cursor &cursor,
-                 uint64_t count, int32_t *sums) {
-    constexpr unsigned PHASES = SUMS_IN_FLIGHT * V::LANES / WIDTH;
-    uint64_t done = 0;
-    if (cursor.phase == 0) {
-        filterPhases<V, WIDTH, 1>(plan, tile, cursor, TAPS + 1, sums);
-        done = 1;
-    }
-    for (; done + PHASES <= count; done += PHASES) {
-        filterPhases<V, WIDTH, PHASES>(plan, tile, cursor, TAPS, sums + done * WIDTH);
-    }
-    for (; done < count; ++done) {
-        filterPhases<V, WIDTH, 1>(plan, tile, cursor, TAPS, sums + done * WIDTH);
-    }
-}
-
 // All phases from the cursor's to `end`, in chunks that leave through `scatter`.
-template <typename V, unsigned WIDTH>
+template <typename V, unsigned WIDTH, bool SHARED>
 void filterTile(const phase_plan &plan, const lane_tile &tile, phase_cursor &cursor, uint64_t end) {
+    constexpr unsigned PHASES = SUMS_IN_FLIGHT * V::LANES / WIDTH;
     alignas(64) int32_t sums[SUMS_PER_CHUNK];
     while (cursor.phase < end) {
         const uint64_t phase = cursor.phase;
         const uint64_t count = smaller(SUMS_PER_CHUNK / WIDTH, end - phase);
-        filterChunk<V, WIDTH>(plan, tile, cursor, count, sums);
+        uint64_t done = 0;
+        for (; done + PHASES <= count; done += PHASES) {
+            filterPhases<V, WIDTH, PHASES, SHARED>(plan, tile, cursor, sums + done * WIDTH);
+        }
+        for (; done < count; ++done) {
+            filterPhases<V, WIDTH, 1, SHARED>(plan, tile, cursor, sums + done * WIDTH);
+        }
         scatter(sums, WIDTH, count, tile.destinations, tile.lanes, phase);
     }
 }
