@@ -85,35 +85,4 @@ TEST(BlockCuts, FrameSizes) {
     }
 }
 
-// There and back again: the depth of the narrower layout survives.
-TEST(BlockCuts, RoundTrips) {
-    for (const sample_layout there : ALL_LAYOUTS) {
-        for (const uint8_t channels : {2, 6, 8}) {
-            const sample_layout home = {1, there.bits <= 16 || there.bits == 32
-                                               ? std::min<uint8_t>(there.bits, 16)
-                                               : uint8_t{16}};
-            if (there.format == 2 && there.bits == 20) {
-                continue; // its two directions differ
-            }
-            const byte_vector input = makeInput(home, channels, 222, channels);
-            const auto forth = makeSettings({home, channels, 48000}, {there});
-            const auto back = makeSettings({there, channels, 48000}, {home});
-            conversion run(forth);
-            EXPECT_EQ(run.put(input), 0u);
-            const byte_vector result = convert(back, run.streams[0].bytes, {61});
-            if (there.format != 5) {
-                EXPECT_TRUE(result == input) << describe(forth);
-                continue;
-            }
-            // 1.0 is 2^31 - 2, so a sample may come back one step nearer to zero.
-            ASSERT_EQ(result.size(), input.size());
-            for (size_t i = 0; i < input.size(); i += 2) {
-                const auto in = static_cast<int16_t>(input[i] | input[i + 1] << 8);
-                const auto out = static_cast<int16_t>(result[i] | result[i + 1] << 8);
-                ASSERT_LE(std::abs(in - out), 1);
-            }
-        }
-    }
-}
-
 } // namespace

@@ -44,29 +44,6 @@ TEST(Buffers, GrowToAnExactFit) {
     EXPECT_EQ(bare.host.trouble(), "");
 }
 
-TEST(Buffers, EveryFailureLeavesTheSetUsable) {
-    for (uint64_t failing = 9; failing <= 16; ++failing) {
-        bare_converter bare;
-        channel_buffer_set &work = bare.record.work;
-        ASSERT_EQ(growChannelBufferSet(bare.record, work, 10, 8), 0u);
-        for (int32_t *array : work.data) {
-            array[9] = 1234;
-        }
-        work.count = 10;
-        bare.host.fail_at = failing;
-        EXPECT_EQ(growChannelBufferSet(bare.record, work, 1, 8), 1u);
-        EXPECT_EQ(work.capacity, 10u);
-        EXPECT_EQ(work.count, 10u);
-        for (const int32_t *array : work.data) {
-            EXPECT_EQ(array[9], 1234);
-        }
-        EXPECT_EQ(growChannelBufferSet(bare.record, work, 1, 8), 0u);
-        EXPECT_EQ(bare.host.liveBlocks(), 8u);
-        bare.releaseWork();
-        EXPECT_EQ(bare.host.trouble(), "");
-    }
-}
-
 TEST(Buffers, BorrowedPositionsStayTheirOwners) {
     bare_converter bare;
     channel_buffer_set &work = bare.record.work;

@@ -73,6 +73,7 @@ sample_vector decode(const codec_row &row) {
     return out.interleaved(row.channels);
 }
 
+// clang-format off
 const codec_row ENCODE_ROWS[] = {
     {"8 bits", {1, 8}, 1, {0, 0x80000000, 0x7fffffff, 0xffffffff}, {0x80, 0x00, 0xff, 0x7f}},
     {"16 bits", {1, 16}, 1, {0xffffffff, 0x0000ffff, 0x12345678}, {0xff, 0xff, 0, 0, 0x34, 0x12}},
@@ -80,30 +81,23 @@ const codec_row ENCODE_ROWS[] = {
     {"32 bits", {1, 32}, 1, {0x12345678}, {0x78, 0x56, 0x34, 0x12}},
     {"stereo order", {1, 8}, 2, {0, 0x01000000, 0x02000000, 0x03000000}, {128, 129, 130, 131}},
     {"float half", {5, 32}, 1, {1073741823}, {0, 0, 0, 0x3f}},
-    {"float extremes",
-     {5, 32},
-     1,
-     {0x7fffffff, 0x80000000, 0},
-     {0, 0, 0x80, 0x3f, 0, 0, 0x80, 0xbf, 0, 0, 0, 0}},
+    {"float extremes", {5, 32}, 1, {0x7fffffff, 0x80000000, 0}, {0, 0, 0x80, 0x3f, 0, 0, 0x80, 0xbf,
+     0, 0, 0, 0}},
     {"big-endian 16", {3, 16}, 1, {0x1234abcd}, {0x12, 0x34}},
     {"big-endian 20", {3, 20}, 1, {0xfffff000, 0x7ffff000}, {0xff, 0xff, 0xff, 0x07, 0xff, 0xff}},
     {"big-endian 24", {3, 24}, 1, {0x123456ff}, {0x12, 0x34, 0x56}},
-    {"paired 24",
-     {2, 24},
-     2,
-     {0x11223300, 0x44556600, 0x778899aa, 0xbbccddee},
-     {0x22, 0x33, 0x55, 0x66, 0x88, 0x99, 0xcc, 0xdd, 0x11, 0x44, 0x77, 0xbb}},
+    {"paired 24", {2, 24}, 2, {0x11223300, 0x44556600, 0x778899aa, 0xbbccddee}, {0x22, 0x33, 0x55,
+     0x66, 0x88, 0x99, 0xcc, 0xdd, 0x11, 0x44, 0x77, 0xbb}},
     {"paired 20", {2, 20}, 1, {0x12345000, 0xabcde000}, {0x23, 0x45, 0xbc, 0xde, 0x1a}},
-    {"paired 16",
-     {2, 16},
-     2,
-     {0x11223344, 0x55667788, 0x99aabbcc, 0xddeeff00},
-     {0x11, 0x22, 0x55, 0x66, 0x99, 0xaa, 0xdd, 0xee}},
+    {"paired 16", {2, 16}, 2, {0x11223344, 0x55667788, 0x99aabbcc, 0xddeeff00}, {0x11, 0x22, 0x55,
+     0x66, 0x99, 0xaa, 0xdd, 0xee}},
     {"AES3 16", {4, 16}, 2, {0x00010000, 0}, {0x80, 0x00, 0x80, 0x00, 0x08}},
     {"AES3 20", {4, 20}, 2, {0x00001000, 0x80000000}, {0x80, 0, 0x08, 0, 0, 0x18}},
     {"AES3 24", {4, 24}, 2, {0x00000100, 0x80000000}, {0x80, 0, 0, 0x80, 0, 0, 0x18}},
 };
+// clang-format on
 
+// clang-format off
 const codec_row DECODE_ROWS[] = {
     {"8 bits", {1, 8}, 1, {0, 0x80000000, 0x7f000000}, {0x80, 0x00, 0xff}},
     {"16 bits", {1, 16}, 1, {0x80010000}, {0x01, 0x80}},
@@ -112,27 +106,16 @@ const codec_row DECODE_ROWS[] = {
     {"float one", {5, 32}, 1, {2147483646}, {0, 0, 0x80, 0x3f}},
     {"float minus one", {5, 32}, 1, {0x80000002}, {0, 0, 0x80, 0xbf}},
     {"float half", {5, 32}, 1, {1073741823}, {0, 0, 0, 0x3f}},
-    {"big-endian 20, either sign fill",
-     {3, 20},
-     1,
-     {0x7ffff000, 0x7ffff000},
-     {0xf7, 0xff, 0xff, 0x07, 0xff, 0xff}},
-    {"paired 20, nibbles the other way",
-     {2, 20},
-     1,
-     {0xa2345000, 0x1bcde000},
-     {0x23, 0x45, 0xbc, 0xde, 0x1a}},
-    {"paired 24",
-     {2, 24},
-     2,
-     {0x11223300, 0x44556600, 0x77889900, 0xbbccdd00},
-     {0x22, 0x33, 0x55, 0x66, 0x88, 0x99, 0xcc, 0xdd, 0x11, 0x44, 0x77, 0xbb}},
-    {"AES3 16, extra bits ignored",
-     {4, 16},
-     2,
-     {0x00010000, 0xffff0000},
-     {0x80, 0x00, 0x7f, 0xff, 0xf5}},
+    {"big-endian 20, either sign fill", {3, 20}, 1, {0x7ffff000, 0x7ffff000}, {0xf7, 0xff, 0xff,
+     0x07, 0xff, 0xff}},
+    {"paired 20, nibbles the other way", {2, 20}, 1, {0xa2345000, 0x1bcde000}, {0x23, 0x45, 0xbc,
+     0xde, 0x1a}},
+    {"paired 24", {2, 24}, 2, {0x11223300, 0x44556600, 0x77889900, 0xbbccdd00}, {0x22, 0x33, 0x55,
+     0x66, 0x88, 0x99, 0xcc, 0xdd, 0x11, 0x44, 0x77, 0xbb}},
+    {"AES3 16, extra bits ignored", {4, 16}, 2, {0x00010000, 0xffff0000}, {0x80, 0x00, 0x7f, 0xff,
+     0xf5}},
 };
+// clang-format on
 
 TEST(Codec, EncodedByHand) {
     for (const codec_row &row : ENCODE_ROWS) {
@@ -203,25 +186,16 @@ TEST(Codec, FloatsOfEveryClass) {
     const struct {
         float value;
         int32_t sample;
+        // clang-format off
     } rows[] = {
-        {limits::infinity(), INT32_MAX},
-        {-limits::infinity(), INT32_MIN},
-        {limits::quiet_NaN(), 0},
-        {-limits::quiet_NaN(), 0},
-        {limits::signaling_NaN(), 0},
-        {limits::max(), INT32_MAX},
-        {limits::lowest(), INT32_MIN},
-        {limits::denorm_min(), 0},
-        {-limits::denorm_min(), 0},
-        {limits::min(), 0},
-        {-0.0f, 0},
-        {0.99999994f, 2147483518},
-        {std::nextafter(1.0f, 2.0f), INT32_MAX},
-        {std::nextafter(-1.0f, -2.0f), INT32_MIN},
-        {std::nextafter(0x1p-31f, 1.0f), 1},
-        {0x1p-31f, 0},
-        {-9.3e-10f, -1},
+        {limits::infinity(), INT32_MAX}, {-limits::infinity(), INT32_MIN}, {limits::quiet_NaN(), 0},
+        {-limits::quiet_NaN(), 0}, {limits::signaling_NaN(), 0}, {limits::max(), INT32_MAX},
+        {limits::lowest(), INT32_MIN}, {limits::denorm_min(), 0}, {-limits::denorm_min(), 0},
+        {limits::min(), 0}, {-0.0f, 0}, {0.99999994f, 2147483518},
+        {std::nextafter(1.0f, 2.0f), INT32_MAX}, {std::nextafter(-1.0f, -2.0f), INT32_MIN},
+        {std::nextafter(0x1p-31f, 1.0f), 1}, {0x1p-31f, 0}, {-9.3e-10f, -1},
     };
+    // clang-format on
     for (const auto &row : rows) {
         int32_t sample = 77;
         const channel_pointers out = {&sample};

@@ -23,6 +23,7 @@ struct mix_row {
 
 constexpr int32_t LOW = INT32_MIN;
 
+// clang-format off
 const mix_row MIX_ROWS[] = {
     {"nothing to do", 2, 3, 2, 3, {}, {}, {1, 2, INT32_MAX, LOW}, {1, 2, INT32_MAX, LOW}},
     {"stereo exchanged", 2, 3, 2, 3, {2, 1}, {}, {1, 2, 3, 4}, {2, 1, 4, 3}},
@@ -30,45 +31,18 @@ const mix_row MIX_ROWS[] = {
     {"back pair exchanged", 4, 0x33, 4, 0x33, {1, 2, 0, 0, 4, 3}, {}, {1, 2, 3, 4}, {1, 2, 4, 3}},
     {"cycle of three", 3, 7, 3, 7, {2, 3, 1}, {2, 1, 3}, {30, 10, 20}, {20, 10, 30}},
     {"masks differ above bit 7", 2, 0x103, 2, 3, {2, 1}, {}, {1, 2}, {2, 1}},
-    {"stereo to centre",
-     2,
-     3,
-     1,
-     4,
-     {},
-     {},
-     {3, 0, -3, 0, INT32_MAX, INT32_MAX, LOW, LOW},
-     {1, -1, INT32_MAX, LOW}},
-    {"mono to stereo",
-     1,
-     1,
-     2,
-     3,
-     {},
-     {},
-     {1000000000, -1000000000},
-     {585786437, 0, -585786437, 0}},
+    {"stereo to centre", 2, 3, 1, 4, {}, {}, {3, 0, -3, 0, INT32_MAX, INT32_MAX, LOW, LOW}, {1, -1,
+     INT32_MAX, LOW}},
+    {"mono to stereo", 1, 1, 2, 3, {}, {}, {1000000000, -1000000000}, {585786437, 0, -585786437,
+     0}},
     {"centre to stereo", 1, 4, 2, 3, {}, {}, {12345, -7}, {12345, 12345, -7, -7}},
     {"stereo into 5.1", 2, 3, 6, 0x3f, {}, {}, {11, 22}, {11, 22, 0, 0, 0, 0}},
-    {"stereo into 5.1, order given",
-     2,
-     3,
-     6,
-     0x3f,
-     {2, 1},
-     {6, 5, 4, 3, 2, 1},
-     {11, 22},
-     {0, 0, 0, 0, 11, 22}},
-    {"5.1 to stereo",
-     6,
-     0x3f,
-     2,
-     3,
-     {},
-     {},
-     {0, 0, 1000000000, 0, 0, 0, 0, 0, 0, 0, 0, 1000000000},
+    {"stereo into 5.1, order given", 2, 3, 6, 0x3f, {2, 1}, {6, 5, 4, 3, 2, 1}, {11, 22}, {0, 0, 0,
+     0, 11, 22}},
+    {"5.1 to stereo", 6, 0x3f, 2, 3, {}, {}, {0, 0, 1000000000, 0, 0, 0, 0, 0, 0, 0, 0, 1000000000},
      {184699031, 184699031, -184699031, 184699031}},
 };
+// clang-format on
 
 TEST(Mixer, WorkedFrames) {
     for (const mix_row &row : MIX_ROWS) {

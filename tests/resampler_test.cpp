@@ -194,6 +194,17 @@ TEST(Resampler, InputAfterTheEnd) {
     }
 }
 
+// The end makes room for its silence in the output channels' arrays alone; a block that fits those
+// must still fit the input's.
+TEST(Resampler, LargerInputAfterTheEnd) {
+    conversion run(makeSettings({{1, 16}, 6, 1000, 0x3f}, {{}, 1, 1, 0x04}));
+    for (const uint32_t frames : {900u, 935u}) {
+        EXPECT_EQ(run.put(byte_vector(frames * 12)), 0u);
+        EXPECT_EQ(run.done(), 0u);
+    }
+    EXPECT_EQ(run.close(), "");
+}
+
 // The largest table is asked for, a larger one is not; neither is built here.
 TEST(Resampler, TableLimit) {
     const struct {

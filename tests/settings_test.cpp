@@ -24,6 +24,7 @@ audio_converter_settings plainSettings() {
 
 using record = audio_converter_settings;
 
+// clang-format off
 const validation_row VALIDATION_ROWS[] = {
     {"input side alone", [](record &) {}, nullptr},
     {"no channels", [](record &s) { s.input_channels = 0; },
@@ -62,9 +63,8 @@ const validation_row VALIDATION_ROWS[] = {
      "V11:Invalid input bits per sample (8), range is 16, 20, 24."},
     {"big-endian of 32", [](record &s) { s.input_format = 3, s.input_bits_per_sample = 32; },
      "V11:Invalid input bits per sample (32), range is 16, 20, 24."},
-    {"big-endian output of 32",
-     [](record &s) { s.output_format = 3, s.output_bits_per_sample = 32; },
-     "V12:Invalid input bits per sample (32), range is 16, 20, 24."},
+    {"big-endian output of 32", [](record &s) { s.output_format = 3, s.output_bits_per_sample = 32;
+     }, "V12:Invalid input bits per sample (32), range is 16, 20, 24."},
     {"rate 0", [](record &s) { s.input_sample_rate = 0, s.output_sample_rate = 1; },
      "V13:Invalid input sample rate (0)."},
     {"mask of 3 for 2", [](record &s) { s.input_channel_mask = 7; },
@@ -76,18 +76,16 @@ const validation_row VALIDATION_ROWS[] = {
      "V16:Invalid channel mask (3) for (6) output channels."},
     {"frame size 0", [](record &s) { s.out_frame_size = 0; }, "V17:Invalid out frame size (0)."},
     {"frame size 1", [](record &s) { s.out_frame_size = 1; }, nullptr},
-    {"the first fault alone",
-     [](record &s) { s.input_channels = 0, s.input_format = 0, s.out_frame_size = 0; },
-     "V01:Invalid input channels number (0), range is 1 .. 8."},
-    {"PCM depth before rate",
-     [](record &s) { s.input_bits_per_sample = 7, s.input_sample_rate = 0; },
-     "V09:Invalid intput bits per sample (7) for PCM, range is 8, 16, 24, 32."},
-    {"output AES3 before input PCM",
-     [](record &s) { s.input_bits_per_sample = 7, s.output_format = 4; },
-     "V08:Invalid output bits per sample (7) for AES3, range is 16, 20, 24."},
-    {"a map before the masks",
-     [](record &s) { s.input_channel_mask = 7, s.input_order_map_enabled = 1; }, ""},
+    {"the first fault alone", [](record &s) { s.input_channels = 0, s.input_format = 0,
+     s.out_frame_size = 0; }, "V01:Invalid input channels number (0), range is 1 .. 8."},
+    {"PCM depth before rate", [](record &s) { s.input_bits_per_sample = 7, s.input_sample_rate = 0;
+     }, "V09:Invalid intput bits per sample (7) for PCM, range is 8, 16, 24, 32."},
+    {"output AES3 before input PCM", [](record &s) { s.input_bits_per_sample = 7, s.output_format =
+     4; }, "V08:Invalid output bits per sample (7) for AES3, range is 16, 20, 24."},
+    {"a map before the masks", [](record &s) { s.input_channel_mask = 7, s.input_order_map_enabled =
+     1; }, ""},
 };
+// clang-format on
 
 TEST(Settings, MessagesInOrder) {
     for (const validation_row &row : VALIDATION_ROWS) {
@@ -189,26 +187,15 @@ struct size_row {
 };
 
 TEST(Settings, BytesToSamples) {
+    // clang-format off
     const size_row rows[] = {
-        {1000, 1, 2, 16, 250},
-        {1001, 1, 2, 16, 250},
-        {1000, 2, 2, 20, 200},
-        {1000, 3, 2, 20, 166},
-        {1000, 3, 2, 24, 166},
-        {804, 4, 2, 16, 160},
-        {8, 1, 1, 24, 2},
-        {0, 5, 8, 32, 0},
-        {7, 1, 1, 16, 3},
-        {9, 2, 1, 20, 2},
-        {5, 2, 1, 20, 2},
-        {4, 2, 1, 20, 0},
-        {1000, 9, 2, 16, 250},
-        {100, 1, 0, 16, 0},
-        {100, 1, 2, 0, 0},
-        {100, 4, 0, 0, 0},
-        {536870911, 1, 1, 8, 536870911},
-        {536870912, 1, 1, 8, 0},
+        {1000, 1, 2, 16, 250}, {1001, 1, 2, 16, 250}, {1000, 2, 2, 20, 200}, {1000, 3, 2, 20, 166},
+        {1000, 3, 2, 24, 166}, {804, 4, 2, 16, 160}, {8, 1, 1, 24, 2}, {0, 5, 8, 32, 0},
+        {7, 1, 1, 16, 3}, {9, 2, 1, 20, 2}, {5, 2, 1, 20, 2}, {4, 2, 1, 20, 0},
+        {1000, 9, 2, 16, 250}, {100, 1, 0, 16, 0}, {100, 1, 2, 0, 0}, {100, 4, 0, 0, 0},
+        {536870911, 1, 1, 8, 536870911}, {536870912, 1, 1, 8, 0},
     };
+    // clang-format on
     for (const size_row &row : rows) {
         EXPECT_EQ(audioConverterBytesToSamples(row.amount, row.format, row.channels, row.bits),
                   row.result)

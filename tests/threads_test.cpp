@@ -56,18 +56,4 @@ TEST(Threads, SameBytesAsAlone) {
     }
 }
 
-// One converter may wander from thread to thread, one call at a time.
-TEST(Threads, ConverterHandedOn) {
-    const job mine = makeJobs()[1];
-    conversion run(mine.settings);
-    for (size_t at = 0; at < mine.input.size(); at += 501) {
-        const auto block =
-            std::span(mine.input).subspan(at, std::min<size_t>(501, mine.input.size() - at));
-        std::thread([&] { EXPECT_EQ(run.put(block), 0u); }).join();
-    }
-    EXPECT_EQ(run.done(), 0u);
-    EXPECT_TRUE(run.output() == mine.expected);
-    EXPECT_EQ(run.close(), "");
-}
-
 } // namespace

@@ -1,5 +1,6 @@
 #include "support/test_host.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -11,6 +12,18 @@ thread_local test_host *current = nullptr;
 
 constexpr int FRESH = 0xcd; // what new blocks hold: nothing may count on zeros
 constexpr int STALE = 0xdd; // what released blocks hold
+
+// Behind every block, fresh as long as nobody writes there. The address sanitizer watches better.
+#if defined(__SANITIZE_ADDRESS__) || defined(ZT_FUZZED)
+constexpr size_t GUARD_BYTES = 0;
+#else
+constexpr size_t GUARD_BYTES = 64;
+#endif
+
+bool isFresh(const void *bytes) {
+    const auto *byte = static_cast<const uint8_t *>(bytes);
+    return std::all_of(byte, byte + GUARD_BYTES, [](uint8_t b) { return b == FRESH; });
+}
 
 } // namespace
 
@@ -59,8 +72,8 @@ void *test_host::allocate(size_t byte_count) {
     if (number == host.fail_at || byte_count > host.largest_block) {
         return nullptr;
     }
-    void *pointer = malloc(byte_count);
-    memset(pointer, FRESH, byte_count);
+    void *pointer = malloc(byte_count + GUARD_BYTES);
+    memset(pointer, FRESH, byte_count + GUARD_BYTES);
     host.live[pointer] = {byte_count, number};
     host.live_bytes += byte_count;
     host.peak_bytes = std::max(host.peak_bytes, host.live_bytes);
@@ -74,6 +87,10 @@ void test_host::release(void *pointer) {
     if (found == host.live.end()) {
         host.faults += pointer == nullptr ? "free of null; " : "free of a block not held; ";
         return;
+    }
+    if (!isFresh(static_cast<char *>(pointer) + found->second.bytes)) {
+        host.faults +=
+            "bytes behind block " + std::to_string(found->second.number) + " were written; ";
     }
     if (pointer == host.latest) {
         host.passing.insert(found->second.number);

@@ -21,7 +21,8 @@ public:
     // Makes this the calling thread's host and returns its lookup.
     callback_lookup enter();
 
-    // Blocks never given back, blocks given back twice or never given out; empty when all is well.
+    // Blocks never given back, given back twice, never given out or written beyond their end; empty
+    // when all is well.
     std::string trouble() const;
 
     size_t liveBlocks() const {
