@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -106,14 +107,17 @@ struct worst_case {
     double place = 0;
 };
 
-// The largest value of a measure over a band, given in fractions of the lower Nyquist frequency.
+// The largest value of a measure over a band, in fractions of the lower Nyquist frequency.
 template <typename Measure>
 worst_case findWorst(const rate_change &change, double from, double to, Measure measure) {
     worst_case worst;
     for (int k = 0; k < TONES_PER_BAND; ++k) {
         const double place = from + (to - from) * (k + 0.37) / TONES_PER_BAND;
         const double value = measure(place * change.nyquist);
-        if (!(value <= worst.value)) {
+        if (std::isnan(value)) {
+            return {value, place};
+        }
+        if (value > worst.value) {
             worst = {value, place};
         }
     }
