@@ -16,7 +16,7 @@
 
 constexpr uint32_t PHASES_PER_GROUP = 8;
 
-// Down to this M the vector forms lay neighbouring input samples side by side and read
+// Up to this M the vector forms lay neighbouring input samples side by side and read
 // `resampler_state::filter`; there is no private copy.
 constexpr uint32_t LARGEST_NEIGHBOUR_STEP = 32;
 
