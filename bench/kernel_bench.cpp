@@ -1,0 +1,225 @@
+#include "codec/codec_dispatch.h"
+#include "mixer/mix_forms.h"
+#include "mixer/mix_matrix_design.h"
+#include "resampler/resample_channel.h"
+#include "resampler/resample_channels.h"
+#include "resampler/resampler.h"
+
+#include <benchmark/benchmark.h>
+
+#include <array>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <vector>
+
+// Every kernel at every level that this machine has, beside the plain form it must equal. The
+// counter "each" is the time per sample and channel: of the output for the resampler and mixer.
+
+namespace {
+
+constexpr uint32_t FRAMES = 1024;
+constexpr cpu_level PLAIN = CPU_SSE2; // the codecs' lowest level is the plain form
+
+constexpr std::array LEVEL_NAMES = {"sse2", "avx2", "avx512"};
+
+// Noise for eight channels, with the slack that a filter reads beyond a block.
+struct channel_noise {
+    std::vector<std::vector<int32_t>> samples;
+    channel_pointers pointers;
+
+    explicit channel_noise(size_t length) : samples(AUDIO_MAX_CHANNELS) {
+        uint32_t state = 1;
+        for (unsigned c = 0; c < AUDIO_MAX_CHANNELS; ++c) {
+            samples[c].resize(length);
+            for (int32_t &sample : samples[c]) {
+                state = state * 1664525 + 1013904223;
+                sample = static_cast<int32_t>(state) / 2;
+            }
+            pointers[c] = samples[c].data();
+        }
+    }
+};
+
+void reportEach(benchmark::State &state, double samples_per_iteration) {
+    using benchmark::Counter;
+    state.counters["each"] =
+        Counter(samples_per_iteration, Counter::kIsIterationInvariantRate | Counter::kInvert);
+}
+
+struct codec_row {
+    const char *name;
+    uint8_t format;
+    uint8_t bits;
+};
+
+constexpr codec_row CODECS[] = {
+    {"pcm8", AUDIO_FORMAT_PCM, 8},
+    {"pcm16", AUDIO_FORMAT_PCM, 16},
+    {"pcm24", AUDIO_FORMAT_PCM, 24},
+    {"pcm32", AUDIO_FORMAT_PCM, 32},
+    {"paired20", AUDIO_FORMAT_LPCM_PAIRED, 20},
+    {"paired24", AUDIO_FORMAT_LPCM_PAIRED, 24},
+    {"be16", AUDIO_FORMAT_LPCM_BE, 16},
+    {"be20", AUDIO_FORMAT_LPCM_BE, 20},
+    {"be24", AUDIO_FORMAT_LPCM_BE, 24},
+    {"aes16", AUDIO_FORMAT_AES3, 16},
+    {"aes20", AUDIO_FORMAT_AES3, 20},
+    {"aes24", AUDIO_FORMAT_AES3, 24},
+    {"float", AUDIO_FORMAT_FLOAT, 32},
+};
+
+void benchDecode(benchmark::State &state, codec_row row, cpu_level level, uint8_t channels) {
+    channel_noise out(FRAMES);
+    const std::vector<uint8_t> in(size_t{FRAMES} * channels * 4, 0x35);
+    const decode_function decode = chooseDecoder(level, row.format, channels, row.bits);
+    for (auto _ : state) {
+        decode(out.pointers, in.data(), FRAMES, channels, row.bits);
+        benchmark::ClobberMemory();
+    }
+    reportEach(state, FRAMES * channels);
+}
+
+void benchEncode(benchmark::State &state, codec_row row, cpu_level level, uint8_t channels) {
+    const channel_noise in(FRAMES);
+    std::vector<uint8_t> out(size_t{FRAMES} * channels * 4);
+    const encode_function encode = chooseEncoder(level, row.format, channels, row.bits);
+    for (auto _ : state) {
+        encode(in.pointers, out.data(), FRAMES, channels, row.bits);
+        benchmark::ClobberMemory();
+    }
+    reportEach(state, FRAMES * channels);
+}
+
+struct mix_row {
+    const char *name;
+    uint32_t input_mask;
+    uint32_t output_mask;
+    uint8_t inputs;
+    uint8_t outputs;
+};
+
+constexpr mix_row MIXES[] = {
+    {"5.1-2", 0x3f, 0x03, 6, 2},
+    {"7.1-2", 0xff, 0x03, 8, 2},
+    {"2-1", 0x03, 0x04, 2, 1},
+    {"7.1-5.1", 0xff, 0x3f, 8, 6},
+};
+
+// `form` is a level, or -1 for the plain form. What is mixed is mixed again: the time of a sum
+// does not depend on its values.
+void benchMix(benchmark::State &state, mix_row row, int form) {
+    gain_matrix gains;
+    uint8_t input_map[AUDIO_MAX_CHANNELS];
+    uint8_t output_map[AUDIO_MAX_CHANNELS];
+    designMixMatrix(gains, row.input_mask, row.output_mask, row.inputs);
+    buildOrderMap(input_map, row.input_mask);
+    buildOrderMap(output_map, row.output_mask);
+    remapMixMatrix(gains, input_map, output_map);
+    const channel_noise noise(FRAMES);
+    for (auto _ : state) {
+        if (form < 0) {
+            applyMixMatrix(gains, noise.pointers, FRAMES, row.inputs, row.outputs);
+        } else {
+            mixChannels(static_cast<cpu_level>(form), gains, noise.pointers, FRAMES, row.inputs,
+                        row.outputs);
+        }
+        benchmark::ClobberMemory();
+    }
+    reportEach(state, FRAMES * row.outputs);
+}
+
+struct rate_row {
+    const char *name;
+    uint32_t input_rate;
+    uint32_t output_rate;
+};
+
+constexpr rate_row RATES[] = {
+    {"44.1-48", 44100, 48000}, {"48-44.1", 48000, 44100}, {"48-96", 48000, 96000},
+    {"96-48", 96000, 48000},   {"48-8", 48000, 8000},     {"192-44.1", 192000, 44100},
+};
+
+// A converter lends its filter and kernel table.
+audio_converter *makeConverter(rate_row row, uint8_t channels) {
+    audio_converter_settings settings = {};
+    settings.input_channels = channels;
+    settings.input_bits_per_sample = 32;
+    settings.input_format = AUDIO_FORMAT_PCM;
+    settings.input_sample_rate = row.input_rate;
+    settings.output_sample_rate = row.output_rate;
+    settings.out_frame_size = 65536;
+    return audioConverterNew(nullptr, &settings);
+}
+
+void benchResample(benchmark::State &state, rate_row row, int form, uint8_t channels) {
+    const std::unique_ptr<audio_converter, void (*)(audio_converter *)> converter(
+        makeConverter(row, channels), audioConverterFree);
+    const resampler_state &filter = converter->resampler;
+    const uint32_t rounds = FRAMES / filter.up_factor;
+    const uint32_t outputs = rounds * filter.up_factor;
+    const channel_noise in(size_t{rounds} * filter.down_factor + 64);
+    channel_noise out(outputs);
+    const resample_job job = {&filter, converter->kernel_table, in.pointers, out.pointers, outputs};
+    for (auto _ : state) {
+        if (form < 0) {
+            for (unsigned c = 0; c < channels; ++c) {
+                resampleChannel(filter, in.pointers[c], out.pointers[c], outputs);
+            }
+        } else {
+            resampleChannels(job, static_cast<cpu_level>(form));
+        }
+        benchmark::ClobberMemory();
+    }
+    reportEach(state, static_cast<double>(outputs) * channels);
+}
+
+std::string nameOf(const char *group, const char *row, unsigned channels, int form) {
+    const std::string name = form < 0 ? "plain" : LEVEL_NAMES[static_cast<size_t>(form)];
+    return std::string(group) + "/" + row + "/" + std::to_string(channels) + "/" + name;
+}
+
+void registerCodecs(cpu_level highest) {
+    for (const codec_row &row : CODECS) {
+        for (const uint8_t channels : {uint8_t{2}, uint8_t{6}, uint8_t{8}}) {
+            for (int form = PLAIN; form <= highest; ++form) {
+                const auto level = static_cast<cpu_level>(form);
+                const int shown = form == PLAIN ? -1 : form;
+                benchmark::RegisterBenchmark(nameOf("decode", row.name, channels, shown).c_str(),
+                                             benchDecode, row, level, channels);
+                benchmark::RegisterBenchmark(nameOf("encode", row.name, channels, shown).c_str(),
+                                             benchEncode, row, level, channels);
+            }
+        }
+    }
+}
+
+void registerFilters(cpu_level highest) {
+    for (int form = -1; form <= highest; ++form) {
+        for (const mix_row &row : MIXES) {
+            benchmark::RegisterBenchmark(nameOf("mix", row.name, row.inputs, form).c_str(),
+                                         benchMix, row, form);
+        }
+        for (const rate_row &row : RATES) {
+            for (const uint8_t channels : {uint8_t{1}, uint8_t{2}, uint8_t{6}, uint8_t{8}}) {
+                benchmark::RegisterBenchmark(nameOf("resample", row.name, channels, form).c_str(),
+                                             benchResample, row, form, channels);
+            }
+        }
+    }
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    const cpu_level highest = detectCpuLevel();
+    registerCodecs(highest);
+    registerFilters(highest);
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
+        return EXIT_FAILURE;
+    }
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return EXIT_SUCCESS;
+}
