@@ -68,7 +68,6 @@ void *test_host::allocate(size_t byte_count) {
     test_host &host = *current;
     host.sizes.push_back(byte_count);
     const uint64_t number = host.sizes.size();
-    host.latest = nullptr;
     if (number == host.fail_at || byte_count > host.largest_block) {
         return nullptr;
     }
@@ -77,7 +76,6 @@ void *test_host::allocate(size_t byte_count) {
     host.live[pointer] = {byte_count, number};
     host.live_bytes += byte_count;
     host.peak_bytes = std::max(host.peak_bytes, host.live_bytes);
-    host.latest = pointer;
     return pointer;
 }
 
@@ -92,10 +90,6 @@ void test_host::release(void *pointer) {
         host.faults +=
             "bytes behind block " + std::to_string(found->second.number) + " were written; ";
     }
-    if (pointer == host.latest) {
-        host.passing.insert(found->second.number);
-    }
-    host.latest = nullptr;
     host.live_bytes -= found->second.bytes;
     memset(pointer, STALE, found->second.bytes);
     host.live.erase(found);

@@ -33,7 +33,6 @@ public:
     std::vector<std::string> asked;    // names in the order of the lookup's calls
     std::vector<std::string> messages; // texts of err_printf
     std::vector<size_t> sizes;         // bytes asked for, by call of malloc
-    std::set<uint64_t> passing;        // calls of malloc whose block came back right away
 
     uint64_t fail_at = 0;            // the call of malloc, from 1, that fails; 0: none
     size_t largest_block = SIZE_MAX; // larger requests fail
@@ -53,5 +52,4 @@ private:
 
     std::map<void *, block> live;
     std::string faults;
-    void *latest = nullptr; // the block of the last call, when that was malloc
 };
