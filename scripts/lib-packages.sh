@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Sourced by the scripts of this folder: installs missing Debian packages.
 
 # needPackages NAME...: returns when all are installed. Installs the missing ones with apt-get where

@@ -1,10 +1,10 @@
+#include "codec/aes3_header.h"
 #include "zt_trans_audio_converter.h"
 
 // Unsigned 32-bit arithmetic throughout: products wrap, every division truncates.
 
 namespace {
 
-constexpr uint32_t AES3_HEADER_BYTES = 4;
 constexpr uint32_t AES3_EXTRA_BITS = 4;
 
 // A host that calls through a wider prototype leaves more than a byte in the register, and some
@@ -15,13 +15,7 @@ uint32_t lowByte(uint32_t argument) {
     return argument & 0xff;
 }
 
-} // namespace
-
-uint32_t audioConverterBytesToSamples(uint32_t bytes, uint8_t format_byte, uint8_t channel_byte,
-                                      uint8_t bit_byte) {
-    const uint32_t format = lowByte(format_byte);
-    const uint32_t channels = lowByte(channel_byte);
-    const uint32_t bits = lowByte(bit_byte);
+uint32_t samplesIn(uint32_t bytes, uint32_t format, uint32_t channels, uint32_t bits) {
     if (channels == 0 || bits == 0) {
         return 0;
     }
@@ -38,11 +32,7 @@ uint32_t audioConverterBytesToSamples(uint32_t bytes, uint8_t format_byte, uint8
     }
 }
 
-uint32_t audioConverterSamplesToBytes(uint32_t samples, uint8_t format_byte, uint8_t channel_byte,
-                                      uint8_t bit_byte) {
-    const uint32_t format = lowByte(format_byte);
-    const uint32_t channels = lowByte(channel_byte);
-    const uint32_t bits = lowByte(bit_byte);
+uint32_t bytesOf(uint32_t samples, uint32_t format, uint32_t channels, uint32_t bits) {
     if (channels == 0 || bits == 0) {
         return 0;
     }
@@ -54,4 +44,16 @@ uint32_t audioConverterSamplesToBytes(uint32_t samples, uint8_t format_byte, uin
     default:
         return channels * samples * bits / 8;
     }
+}
+
+} // namespace
+
+uint32_t audioConverterBytesToSamples(uint32_t bytes, uint8_t format, uint8_t channels,
+                                      uint8_t bits) {
+    return samplesIn(bytes, lowByte(format), lowByte(channels), lowByte(bits));
+}
+
+uint32_t audioConverterSamplesToBytes(uint32_t samples, uint8_t format, uint8_t channels,
+                                      uint8_t bits) {
+    return bytesOf(samples, lowByte(format), lowByte(channels), lowByte(bits));
 }
