@@ -17,6 +17,7 @@ if(ZT_SANITIZE)
 endif()
 
 if(ZT_COVERAGE)
-    target_compile_options(zt_options INTERFACE --coverage)
+    # Threads count too.
+    target_compile_options(zt_options INTERFACE --coverage -fprofile-update=atomic)
     target_link_options(zt_options INTERFACE --coverage)
 endif()
