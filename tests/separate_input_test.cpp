@@ -315,4 +315,25 @@ TEST(SeparateInput, RefusedBlocks) {
     }
 }
 
+// A drain of a hundred thousand blocks, all refused, keeps its output and takes no time over it.
+TEST(SeparateInput, RefusedDrain) {
+    constexpr int FRAMES = 100000;
+    const side input = {{1, 16}, 2, 48000, 0x03};
+    conversion run(splitInput(input, {{}, 0, 96000}));
+    EXPECT_EQ(run.putChannel(ramp(1, FRAMES), 0), 0u);
+    EXPECT_EQ(run.putChannel(ramp(7, 1), 1), 0u);
+    run.streams[0].refuses = [] { return true; };
+    const size_t allocations = run.host.sizes.size();
+    EXPECT_EQ(run.done(), 0u);
+    EXPECT_LT(run.host.sizes.size(), allocations + 50);
+    EXPECT_EQ(run.committed(), 0u);
+    run.streams[0].refuses = nullptr;
+    EXPECT_EQ(run.done(), 0u);
+    const byte_vector frames =
+        interleave({decodeMono({1, 16}, ramp(1, FRAMES)), decodeMono({1, 16}, ramp(7, 1))});
+    EXPECT_TRUE(run.output() ==
+                convert(makeSettings({{1, 32}, 2, 48000}, {{1, 16}, 0, 96000}), frames));
+    EXPECT_EQ(run.close(), "");
+}
+
 } // namespace

@@ -33,9 +33,6 @@ void filterInto(audio_converter &converter, uint64_t outputs) {
 
 void dropConsumed(channel_buffer_set &work, uint32_t consumed, uint32_t channels) {
     work.count -= consumed;
-    if (consumed == 0) {
-        return;
-    }
     for (unsigned c = 0; c < channels; ++c) {
         memmove(work.data[c], work.data[c] + consumed, work.count * sizeof(int32_t));
     }
