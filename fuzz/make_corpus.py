@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Writes the seed corpus of fuzz_converter: one file for each kind of conversion.
 
-Usage: make_corpus.py [folder], by default the folder "corpus" beside this script.
+Usage: make_corpus.py FOLDER
 """
 
 import random
@@ -67,7 +67,7 @@ def seeds():
 
 
 def main():
-    folder = Path(sys.argv[1]) if len(sys.argv) > 1 else Path(__file__).parent / "corpus"
+    folder = Path(sys.argv[1])
     folder.mkdir(parents=True, exist_ok=True)
     for name, content in seeds():
         (folder / name).write_bytes(content)

@@ -22,7 +22,7 @@ if(TARGET zt-audio-convert)
 endif()
 
 zt_add_packaging_test(same_bytes packaging_build_test.sh ${PROJECT_SOURCE_DIR} ${ZT_PACKAGING_DIR})
-zt_add_packaging_test(abi abi/abi_test.sh ${ZT_PLAIN_BUILD}/libzt_trans_audio_converter.so)
+zt_add_packaging_test(abi abi_test.sh ${ZT_PLAIN_BUILD}/libzt_trans_audio_converter.so)
 zt_add_packaging_test(debian packaging_debian_test.sh ${ZT_PLAIN_BUILD} ${ZT_TOOL_BUILD})
 zt_add_packaging_test(install install_test.sh ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR}
                       ${ZT_PACKAGING_DIR}/install ${CMAKE_C_COMPILER} ${ZT_PROGRAMS})
