@@ -1,13 +1,11 @@
+#include "api/host_lookup.h"
+#include "api/instance.h"
 #include "api/printers.h"
 #include "api/settings.h"
 
 #include <bit>
 
 namespace {
-
-bool isLpcm(uint8_t format) {
-    return format == AUDIO_FORMAT_LPCM_PAIRED || format == AUDIO_FORMAT_LPCM_BE;
-}
 
 bool isPcmDepth(uint8_t bits) {
     return bits == 8 || bits == 16 || bits == 24 || bits == 32;
@@ -124,12 +122,12 @@ bool checkFloat(const audio_converter_settings &s, host_printer print) {
 }
 
 bool checkLpcm(const audio_converter_settings &s, host_printer print) {
-    if (isLpcm(s.input_format) && !isPackedDepth(s.input_bits_per_sample)) {
+    if (travelsInPairs(s.input_format) && !isPackedDepth(s.input_bits_per_sample)) {
         print("V11:Invalid input bits per sample (%d), range is 16, 20, 24.",
               s.input_bits_per_sample);
         return false;
     }
-    if (isLpcm(s.output_format) && !isPackedDepth(s.output_bits_per_sample)) {
+    if (travelsInPairs(s.output_format) && !isPackedDepth(s.output_bits_per_sample)) {
         print("V12:Invalid input bits per sample (%d), range is 16, 20, 24.",
               s.output_bits_per_sample);
         return false;
@@ -188,7 +186,7 @@ int32_t audioConverterCheckSettings(callback_lookup lookup,
     if (settings == nullptr) {
         return 1;
     }
-    host_printer print = lookupPrinter(lookup, "err_printf");
+    host_printer print = lookupFunction<host_printer>(lookup, "err_printf");
     if (print == nullptr) {
         print = builtin_err_printf;
     }

@@ -1,3 +1,4 @@
+#include "api/host_lookup.h"
 #include "api/instance.h"
 #include "api/printers.h"
 #include "api/settings.h"
@@ -13,11 +14,6 @@ constexpr char MIXED_MODES_TEXT[] = "Cannot initialize converter: mixing separat
                                     "and non-separate channels mode";
 constexpr char NO_STREAM_TEXT[] = "Invalid bufstream parameter";
 
-template <typename Function>
-Function lookupFunction(callback_lookup lookup, const char *name) {
-    return lookup == nullptr ? nullptr : reinterpret_cast<Function>(lookup(name));
-}
-
 host_printer orSilence(host_printer printer) {
     return printer == nullptr ? null_printf : printer;
 }
@@ -25,10 +21,10 @@ host_printer orSilence(host_printer printer) {
 // Asks the host for everything but "malloc", in a fixed order, and fills the gaps.
 void takeCallbacks(audio_converter &converter, callback_lookup lookup) {
     converter.free = lookupFunction<host_free>(lookup, "free");
-    converter.err_printf = orSilence(lookupPrinter(lookup, "err_printf"));
-    converter.prg_printf = orSilence(lookupPrinter(lookup, "prg_printf"));
-    converter.wrn_printf = orSilence(lookupPrinter(lookup, "wrn_printf"));
-    converter.inf_printf = orSilence(lookupPrinter(lookup, "inf_printf"));
+    converter.err_printf = orSilence(lookupFunction<host_printer>(lookup, "err_printf"));
+    converter.prg_printf = orSilence(lookupFunction<host_printer>(lookup, "prg_printf"));
+    converter.wrn_printf = orSilence(lookupFunction<host_printer>(lookup, "wrn_printf"));
+    converter.inf_printf = orSilence(lookupFunction<host_printer>(lookup, "inf_printf"));
     if (converter.free == nullptr) {
         converter.free = free;
     }
@@ -83,8 +79,7 @@ audio_converter *audioConverterNew(callback_lookup lookup,
     }
 
     // The record, and behind it the vector forms' own coefficients.
-    const cpu_level level = detectCpuLevel();
-    const size_t block_bytes = sizeof(audio_converter) + kernelTableBytes(level, effective);
+    const size_t block_bytes = sizeof(audio_converter) + kernelTableBytes(effective);
     auto *converter = static_cast<audio_converter *>(allocate(block_bytes));
     if (converter == nullptr) {
         return nullptr;
@@ -93,13 +88,12 @@ audio_converter *audioConverterNew(callback_lookup lookup,
     converter->malloc = allocate;
     takeCallbacks(*converter, lookup);
     converter->settings = effective;
-    converter->level = level;
+    converter->level = detectCpuLevel();
     mixerSetup(*converter);
     if (resamplerSetup(*converter) != 0) {
         audioConverterFree(converter);
         return nullptr;
     }
-    converter->aes3_frame_remaining = 0;
     return converter;
 }
 

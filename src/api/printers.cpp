@@ -4,10 +4,6 @@
 #include <cstdio>
 #include <cstring>
 
-host_printer lookupPrinter(callback_lookup lookup, const char *name) {
-    return lookup == nullptr ? nullptr : reinterpret_cast<host_printer>(lookup(name));
-}
-
 int builtin_err_printf(const char *format, ...) {
     char line[512];
     va_list arguments;

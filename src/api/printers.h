@@ -2,9 +2,6 @@
 
 #include "zt_trans_audio_converter.h"
 
-// The host's printer of a name, or null. The lookup may be null.
-host_printer lookupPrinter(callback_lookup lookup, const char *name);
-
 // Stands in for validation's missing err_printf: one line on standard output per message. What
 // exceeds 510 characters is cut off.
 int builtin_err_printf(const char *format, ...);

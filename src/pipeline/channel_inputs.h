@@ -5,6 +5,14 @@
 // The per-channel buffers of separate-channel input. A speaker channel that holds less than a
 // block supplies its samples, then silence.
 
+// Samples that the two LPCM formats carry together.
+constexpr uint32_t PAIR = 2;
+
+// True when the blocks themselves, not what a rate conversion makes of them, leave in pairs.
+inline bool sendsPairs(const audio_converter &converter) {
+    return hasEqualRates(converter) && travelsInPairs(converter.settings.output_format);
+}
+
 // The slot of a speaker channel in the input frame, or AUDIO_MAX_CHANNELS when it has none.
 unsigned inputSlot(const audio_converter &converter, unsigned channel);
 

@@ -30,9 +30,7 @@ uint32_t nextDrainBlock(audio_converter &converter) {
         return 0;
     }
     // Frames that leave in pairs: the last one is completed with silence.
-    const bool in_pairs =
-        hasEqualRates(converter) && travelsInPairs(converter.settings.output_format);
-    return in_pairs ? std::max(smallest & ~1u, 2u) : smallest;
+    return sendsPairs(converter) ? std::max(smallest / PAIR * PAIR, PAIR) : smallest;
 }
 
 // Sends what the channel buffers hold. A refusing output does not stop it; memory does.
@@ -57,7 +55,7 @@ uint32_t drainChannelInputs(audio_converter &converter) {
 
 // Completes the pair of an odd last frame with one frame of silence.
 uint32_t completePair(audio_converter &converter, channel_buffer_set &set) {
-    if (!travelsInPairs(converter.settings.output_format) || set.count % 2 == 0) {
+    if (!travelsInPairs(converter.settings.output_format) || set.count % PAIR == 0) {
         return 0;
     }
     const uint32_t arrays =

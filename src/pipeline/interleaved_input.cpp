@@ -8,7 +8,6 @@
 #include "pipeline/size_limits.h"
 #include "resampler/resampler.h"
 
-#include <algorithm>
 #include <cstring>
 
 namespace {

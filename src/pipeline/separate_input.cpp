@@ -10,8 +10,6 @@
 
 namespace {
 
-constexpr uint32_t PAIR = 2;
-
 // A speaker of the layout takes input while it is active. One that the layout lacks always does;
 // its samples are never mixed.
 bool takesInput(const audio_converter &converter, unsigned channel) {
@@ -60,15 +58,10 @@ uint32_t waitThreshold(const audio_converter &converter) {
     return hasEqualRates(converter) ? converter.work.capacity : converter.largest_channel_block;
 }
 
-// True when the block itself is written in a format whose frames travel in pairs.
-bool writesPairs(const audio_converter &converter) {
-    return hasEqualRates(converter) && travelsInPairs(converter.settings.output_format);
-}
-
 // Sends the block of a call, rounded down to whole pairs where the output needs them. The odd
 // samples of two calls make up a pair of their own.
 uint32_t sendBlock(audio_converter &converter, uint32_t samples, bool &taken) {
-    if (!writesPairs(converter) || samples % PAIR == 0) {
+    if (!sendsPairs(converter) || samples % PAIR == 0) {
         return processBlock(converter, samples, taken);
     }
     const uint32_t result = processBlock(converter, samples - 1, taken);

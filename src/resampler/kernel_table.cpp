@@ -6,7 +6,7 @@
 namespace {
 
 constexpr size_t TABLE_ALIGNMENT = 64;
-constexpr uint64_t LARGEST_TABLE_BYTES = uint64_t{1} << 20;
+constexpr uint64_t LARGEST_KERNEL_TABLE_BYTES = uint64_t{1} << 20;
 constexpr uint64_t MOST_ROWS = 144; // more are mostly zeros, and slower than the plain form
 
 constexpr uint64_t divideUp(uint64_t dividend, uint64_t divisor) {
@@ -19,7 +19,7 @@ uint64_t kernelTableRows(uint64_t up, uint64_t down) {
     return 2 * RESAMPLER_HISTORY + divideUp((PHASES_PER_GROUP - 1) * down, up);
 }
 
-size_t kernelTableBytes(cpu_level /*level*/, const audio_converter_settings &settings) {
+size_t kernelTableBytes(const audio_converter_settings &settings) {
     if (settings.input_sample_rate == settings.output_sample_rate) {
         return 0;
     }
@@ -31,7 +31,7 @@ size_t kernelTableBytes(cpu_level /*level*/, const audio_converter_settings &set
     const uint64_t groups = divideUp(up, PHASES_PER_GROUP);
     const uint64_t bytes = groups * rows * PHASES_PER_GROUP * sizeof(double);
     if (down <= LARGEST_NEIGHBOUR_STEP || up < PHASES_PER_GROUP || rows > MOST_ROWS ||
-        bytes > LARGEST_TABLE_BYTES) {
+        bytes > LARGEST_KERNEL_TABLE_BYTES) {
         return 0;
     }
     return bytes + TABLE_ALIGNMENT;

@@ -7,7 +7,7 @@ constexpr uint32_t RESAMPLER_HISTORY = 20;
 
 // Bytes that the vector forms' own coefficients take behind the record, for effective settings;
 // 0 when they need none.
-size_t kernelTableBytes(cpu_level level, const audio_converter_settings &settings);
+size_t kernelTableBytes(const audio_converter_settings &settings);
 
 // Settles the filter from the converter's settings and, when the rates differ, places the 20 zero
 // samples in `work` that centre the first output on the first input. Returns 1 when memory runs

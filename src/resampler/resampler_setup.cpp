@@ -69,7 +69,7 @@ uint32_t resamplerSetup(audio_converter &converter) {
     if (designFilter(converter) != 0) {
         return 1;
     }
-    if (kernelTableBytes(converter.level, converter.settings) != 0) {
+    if (kernelTableBytes(converter.settings) != 0) {
         converter.kernel_table = kernelTablePlace(converter);
         fillKernelTable(state, converter.kernel_table);
     }
