@@ -88,6 +88,15 @@ struct avx2_vector {
     static vec interleaveHigh64(vec a, vec b) {
         return _mm256_unpackhi_epi64(a, b);
     }
+    // The low half of a lane of `a` and the high half of `b`, or the high of `a` and the low of
+    // `b`.
+    static vec lowHigh64(vec a, vec b) {
+        return _mm256_blend_epi32(a, b, 0xcc);
+    }
+    static vec highLow64(vec a, vec b) {
+        return _mm256_castpd_si256(
+            _mm256_shuffle_pd(_mm256_castsi256_pd(a), _mm256_castsi256_pd(b), 0x5));
+    }
     // The even, or the odd, 32 bits of both, those of `a` first.
     static vec evens32(vec a, vec b) {
         return _mm256_castps_si256(

@@ -87,6 +87,15 @@ struct avx512_vector {
     static vec interleaveHigh64(vec a, vec b) {
         return _mm512_unpackhi_epi64(a, b);
     }
+    // The low half of a lane of `a` and the high half of `b`, or the high of `a` and the low of
+    // `b`.
+    static vec lowHigh64(vec a, vec b) {
+        return _mm512_mask_blend_epi64(0xaa, a, b);
+    }
+    static vec highLow64(vec a, vec b) {
+        return _mm512_castpd_si512(
+            _mm512_shuffle_pd(_mm512_castsi512_pd(a), _mm512_castsi512_pd(b), 0x55));
+    }
     // The even, or the odd, 32 bits of both, those of `a` first.
     static vec evens32(vec a, vec b) {
         return _mm512_castps_si512(

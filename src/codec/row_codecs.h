@@ -106,6 +106,8 @@ codec_pair rowCodec(unsigned channels) {
     case 3:
     case 4:
         return codecPair<row_codec<Rows, quad_kernel<V, Rows>, Unit>>();
+    case 6:
+        return codecPair<row_codec<Rows, six_kernel<V, Rows>, Unit>>();
     default:
         return codecPair<row_codec<Rows, wide_kernel<V, Rows>, Unit>>();
     }
