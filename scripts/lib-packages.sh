@@ -28,3 +28,10 @@ needPackages() {
         exit 1
     fi
 }
+
+# What the whole tree, its tests and its packages are built with.
+needTestPackages() {
+    needPackages cmake g++ clang make pkg-config binutils python3 libgtest-dev libbenchmark-dev \
+        libcli11-dev libsndfile1-dev alsa-utils abigail-tools help2man lintian doxygen dpkg- \
+        dev file
+}
