@@ -14,17 +14,22 @@ needPackages() {
         return
     fi
 
-    local as_root=()
+    local as_root=() line="apt-get update && apt-get install ${missing[*]}"
     if [ "$(id -u)" -ne 0 ]; then
         as_root=(sudo -n)
+        if command -v sudo >/dev/null; then
+            line="sudo apt-get update && sudo apt-get install ${missing[*]}"
+        else
+            line="su -c \"$line\""
+        fi
     fi
     echo "Installing ${missing[*]}" >&2
-    if ! { "${as_root[@]}" true &&
+    if ! { "${as_root[@]}" true 2>/dev/null &&
         "${as_root[@]}" apt-get -qq update &&
         DEBIAN_FRONTEND=noninteractive "${as_root[@]}" apt-get -qq -y --no-install-recommends \
             install "${missing[@]}"; } >&2; then
         echo "These packages are missing. Please type:" >&2
-        echo "    sudo apt-get install ${missing[*]}" >&2
+        echo "    $line" >&2
         exit 1
     fi
 }
@@ -32,6 +37,6 @@ needPackages() {
 # What the whole tree, its tests and its packages are built with.
 needTestPackages() {
     needPackages cmake g++ clang make pkg-config binutils python3 libgtest-dev libbenchmark-dev \
-        libcli11-dev libsndfile1-dev alsa-utils abigail-tools help2man lintian doxygen dpkg- \
-        dev file
+        libcli11-dev libsndfile1-dev alsa-utils abigail-tools help2man lintian doxygen \
+        dpkg-dev file
 }
