@@ -5,8 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-
 namespace {
 
 // One call of a stream.
@@ -135,14 +133,21 @@ void failAt(const audio_converter_settings &settings, const script &calls, uint6
     ASSERT_EQ(run.close(), "");
 }
 
-TEST(AllocationFailure, EveryAllocationOfEveryStream) {
-    for (const failure_row &row : FAILURE_ROWS) {
-        audio_converter_settings settings = makeSettings(row.input, row.output, 999);
+struct whole_stream {
+    explicit whole_stream(const failure_row &row)
+        : settings(makeSettings(row.input, row.output, 999)) {
         settings.input_separate_channels = row.split_input;
         settings.output_separate_channels = row.split_output;
+        calls = row.split_input ? separateScript(settings) : interleavedScript(settings);
+    }
+    audio_converter_settings settings;
+    script calls;
+};
+
+TEST(AllocationFailure, EveryAllocationOfEveryStream) {
+    for (const failure_row &row : FAILURE_ROWS) {
+        const auto [settings, calls] = whole_stream(row);
         SCOPED_TRACE(describe(settings));
-        const script calls =
-            row.split_input ? separateScript(settings) : interleavedScript(settings);
         const outcome expected = withoutFailure(settings, calls);
         ASSERT_GT(expected.output.size(), 200u);
         ASSERT_GT(expected.allocations, 9u);
@@ -156,17 +161,11 @@ TEST(AllocationFailure, EveryAllocationOfEveryStream) {
 // Memory that never comes back: calls fail, the end says so, release still works.
 TEST(AllocationFailure, NoMemoryFromSomePointOn) {
     for (const failure_row &row : FAILURE_ROWS) {
-        audio_converter_settings settings = makeSettings(row.input, row.output, 999);
-        settings.input_separate_channels = row.split_input;
-        settings.output_separate_channels = row.split_output;
-        const script calls =
-            row.split_input ? separateScript(settings) : interleavedScript(settings);
+        const auto [settings, calls] = whole_stream(row);
         for (size_t exhausted = 0; exhausted < calls.size(); ++exhausted) {
             conversion run(settings);
             for (size_t i = 0; i < calls.size(); ++i) {
-                if (i == exhausted) {
-                    run.host.largest_block = 0;
-                }
+                run.host.largest_block = i < exhausted ? SIZE_MAX : 0;
                 perform(run, calls[i]);
             }
             const size_t held = run.committed();

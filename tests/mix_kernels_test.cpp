@@ -107,17 +107,6 @@ TEST_F(mix_kernels, EveryLengthAndChannelCount) {
     compareMix(matrix, LONGEST, 8, 8);
 }
 
-// Gains of zero, of either sign, are left out; sums of none are silence.
-TEST_F(mix_kernels, GainsOfZero) {
-    const gain_matrix zeros = {};
-    gain_matrix negative;
-    for (auto &row : negative) {
-        std::fill(std::begin(row), std::end(row), -0.0);
-    }
-    compareMix(zeros, 67, 6, 2);
-    compareMix(negative, 67, 8, 8);
-}
-
 // Random permutations, some of fewer channels: every cycle, and slots that stay.
 TEST_F(mix_kernels, Reordering) {
     for (uint32_t n = 0; n <= 600; ++n) {

@@ -165,26 +165,4 @@ TEST(Quality, RateChanges) {
     }
 }
 
-// Truncation to each depth, at equal rates.
-TEST(Quality, Depths) {
-    const struct {
-        sample_layout layout;
-        double purity; // dB
-    } rows[] = {{{1, 8}, 42.5}, {{1, 16}, 91}, {{3, 20}, 115}, {{1, 24}, 139}, {{5, 32}, 153}};
-    const std::vector<int32_t> wave = tone(0.0123456789);
-    for (const auto &row : rows) {
-        const sample_layout full = {1, 32};
-        const auto there = makeSettings({full, 1, 48000}, {row.layout, 0, 0});
-        const auto back = makeSettings({row.layout, 1, 48000}, {full, 0, 0});
-        const auto out = toSamples(convert(back, convert(there, toBytes(wave))));
-        ASSERT_EQ(out.size(), FRAMES);
-        double error = 0;
-        for (size_t k = 0; k < FRAMES; ++k) {
-            error += std::pow(static_cast<double>(out[k]) - wave[k], 2) / FRAMES;
-        }
-        EXPECT_GT(decibels(rate_change::TONE_POWER / error), row.purity)
-            << int{row.layout.bits} << " bits of format " << int{row.layout.format};
-    }
-}
-
 } // namespace

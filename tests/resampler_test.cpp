@@ -1,11 +1,8 @@
-// Rate conversion as a host hears it: counts, worked samples, a tone, clipping, the end.
+// Rate conversion as a host hears it: counts, worked samples, clipping, the end.
 
 #include "support/conversion.h"
 
 #include <gtest/gtest.h>
-
-#include <cmath>
-#include <numeric>
 
 namespace {
 
@@ -19,10 +16,12 @@ struct count_row {
     uint32_t input_rate, output_rate;
     std::vector<uint32_t> blocks;  // input frames, call by call
     std::vector<uint32_t> outputs; // frames of each call, then of the end
+    uint32_t discard_tail = 0;
 };
 
 const count_row COUNT_ROWS[] = {
     {24000, 48000, {100}, {158, 42}},
+    {24000, 48000, {100}, {158, 0}, 1},
     {24000, 48000, {21, 1}, {0, 2, 42}},
     {48000, 24000, {100}, {39, 11}},
     {44100, 48000, {4410}, {4640, 160}},
@@ -47,40 +46,11 @@ TEST(Resampler, FramesOfEachCall) {
             EXPECT_EQ(run.put(byte_vector(frames * 4u)), 0u);
             note();
         }
-        EXPECT_EQ(run.done(), 0u);
+        EXPECT_EQ(run.done(row.discard_tail), 0u);
+        EXPECT_EQ(run.done(), 0u); // nothing is left
         note();
         EXPECT_EQ(outputs, row.outputs) << row.input_rate << " -> " << row.output_rate;
         EXPECT_EQ(run.close(), "");
-    }
-}
-
-// N frames in, N * L / M out, whatever the rates; each call as the manual's formula says.
-TEST(Resampler, ManualsFormula) {
-    random_numbers random(21);
-    for (int trial = 0; trial < 150; ++trial) {
-        const uint32_t up = 1 + random.below(trial % 3 == 0 ? 1000 : 12);
-        const uint32_t down = 1 + random.below(trial % 5 == 0 ? 1000 : 12);
-        if (std::gcd(up, down) != 1 || up == down) {
-            continue;
-        }
-        conversion run(mono(down * 100, up * 100));
-        uint64_t held = 20, total = 0;
-        for (int call = 0; call < 5; ++call) {
-            const uint32_t frames = random.below(1500);
-            held += frames;
-            total += frames;
-            uint64_t expected = 0;
-            if (held * up > 40 * up + 1) {
-                expected = (held * up - (40 * up + 1)) / down / up * up;
-            }
-            held -= expected / up * down;
-            const size_t before = run.committed();
-            ASSERT_EQ(run.put(byte_vector(frames * 4u)), 0u);
-            ASSERT_EQ((run.committed() - before) / 4, expected) << up << "/" << down;
-        }
-        ASSERT_EQ(run.done(), 0u);
-        ASSERT_EQ(run.committed() / 4, total * up / down) << up << "/" << down;
-        ASSERT_EQ(run.close(), "");
     }
 }
 
@@ -96,55 +66,6 @@ TEST(Resampler, Impulse) {
     ASSERT_EQ(halved.size(), 50u);
     EXPECT_EQ(halved[0], 536870912);
     EXPECT_EQ(samples(halved.begin() + 1, halved.begin() + 39), samples(38, 0));
-}
-
-samples tone(double frequency, uint32_t rate, size_t count) {
-    samples wave(count);
-    for (size_t k = 0; k < count; ++k) {
-        wave[k] = static_cast<int32_t>(
-            std::lrint(1.5e9 * std::sin(2 * M_PI * frequency * static_cast<double>(k) / rate)));
-    }
-    return wave;
-}
-
-struct tone_row {
-    uint32_t input_rate, output_rate;
-    double frequency;
-    double floor_db; // of the difference, against the tone
-};
-
-// A tone computed at the output rate is what comes out.
-TEST(Resampler, Tones) {
-    const tone_row rows[] = {
-        {44100, 48000, 1000, -100}, {48000, 44100, 1000, -100}, {48000, 96000, 5000, -100},
-        {96000, 48000, 5000, -100}, {44100, 48000, 15000, -90}, {48000, 8000, 500, -100},
-    };
-    for (const tone_row &row : rows) {
-        const size_t frames = row.input_rate / 5;
-        const samples out =
-            toSamples(convert(mono(row.input_rate, row.output_rate),
-                              toBytes(tone(row.frequency, row.input_rate, frames)), {4096}));
-        const samples expected = tone(row.frequency, row.output_rate, out.size());
-        double error = 0, power = 0;
-        const size_t edge = row.output_rate / 20; // the ends of the stream lack neighbours
-        for (size_t k = edge; k + edge < out.size(); ++k) {
-            error += std::pow(static_cast<double>(out[k]) - expected[k], 2);
-            power += std::pow(static_cast<double>(expected[k]), 2);
-        }
-        EXPECT_LT(10 * std::log10(error / power), row.floor_db)
-            << row.input_rate << " -> " << row.output_rate << " at " << row.frequency;
-    }
-}
-
-// What the lower rate cannot carry is gone.
-TEST(Resampler, StopBand) {
-    const samples out =
-        toSamples(convert(mono(96000, 48000), toBytes(tone(40000, 96000, 9600)), {4096}));
-    double loudest = 0;
-    for (size_t k = 100; k + 100 < out.size(); ++k) {
-        loudest = std::max(loudest, std::fabs(static_cast<double>(out[k])));
-    }
-    EXPECT_LT(20 * std::log10(loudest / 1.5e9), -85);
 }
 
 // Overshoot at full-scale steps is clipped at both ends, never wrapped.
@@ -167,42 +88,33 @@ TEST(Resampler, OvershootSaturates) {
     EXPECT_GT(lowest, 20);
 }
 
-TEST(Resampler, DiscardedTail) {
-    conversion run(mono(24000, 48000));
-    EXPECT_EQ(run.put(byte_vector(400)), 0u);
-    EXPECT_EQ(run.committed(), 158u * 4);
-    EXPECT_EQ(run.done(1), 0u);
-    EXPECT_EQ(run.done(0), 0u);
-    EXPECT_EQ(run.committed(), 158u * 4);
-    EXPECT_EQ(run.close(), "");
-}
+struct restart_row {
+    side input, output;
+    std::vector<uint32_t> frames; // of each block; every block is ended
+};
 
-// Input after the end is safe: nothing held, then a few samples, then many.
+// Input after the end is safe. The end makes room for its silence in the output channels' arrays
+// alone; a block that fits those must still fit the input's.
 TEST(Resampler, InputAfterTheEnd) {
+    std::vector<restart_row> rows = {
+        {{{1, 16}, 6, 1000, 0x3f}, {{}, 1, 1, 0x04}, {900, 935}},
+    };
     for (const uint32_t frames : {1u, 19u, 20u, 21u, 41u, 500u}) {
         for (const uint8_t channels : {1, 6}) {
-            conversion run(makeSettings({{1, 16}, channels, 24000}, {{5, 32}, 0, 48000}));
-            const byte_vector block = makeInput({1, 16}, channels, frames, 2);
-            for (int round = 0; round < 4; ++round) {
-                EXPECT_EQ(run.put(block), 0u);
-                EXPECT_EQ(run.done(), 0u);
-            }
-            EXPECT_EQ(run.done(), 0u);
-            EXPECT_GE(run.committed(), frames * 2u * 4 * channels);
-            EXPECT_EQ(run.close(), "");
+            rows.push_back({{{1, 16}, channels, 24000},
+                            {{5, 32}, 0, 48000},
+                            std::vector<uint32_t>(4, frames)});
         }
     }
-}
-
-// The end makes room for its silence in the output channels' arrays alone; a block that fits those
-// must still fit the input's.
-TEST(Resampler, LargerInputAfterTheEnd) {
-    conversion run(makeSettings({{1, 16}, 6, 1000, 0x3f}, {{}, 1, 1, 0x04}));
-    for (const uint32_t frames : {900u, 935u}) {
-        EXPECT_EQ(run.put(byte_vector(frames * 12)), 0u);
+    for (const restart_row &row : rows) {
+        conversion run(makeSettings(row.input, row.output));
+        for (const uint32_t frames : row.frames) {
+            EXPECT_EQ(run.put(makeInput(row.input.layout, row.input.channels, frames, 2)), 0u);
+            EXPECT_EQ(run.done(), 0u);
+        }
         EXPECT_EQ(run.done(), 0u);
+        EXPECT_EQ(run.close(), "") << describe(run.settings) << ", " << row.frames[0];
     }
-    EXPECT_EQ(run.close(), "");
 }
 
 // The largest table is asked for, a larger one is not; neither is built here.

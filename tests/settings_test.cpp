@@ -9,20 +9,18 @@
 
 namespace {
 
-using change = std::function<void(audio_converter_settings &)>;
+using record = audio_converter_settings;
 
 struct validation_row {
     const char *name;
-    change apply;
+    std::function<void(record &)> apply;
     const char *message; // null: valid; empty: refused without a message
 };
 
 // 16-bit stereo at 48 kHz, the output as the input.
-audio_converter_settings plainSettings() {
+record plainSettings() {
     return makeSettings({{1, 16}, 2, 48000}, {}, 1024);
 }
-
-using record = audio_converter_settings;
 
 // clang-format off
 const validation_row VALIDATION_ROWS[] = {
@@ -31,14 +29,10 @@ const validation_row VALIDATION_ROWS[] = {
      "V01:Invalid input channels number (0), range is 1 .. 8."},
     {"nine channels", [](record &s) { s.input_channels = 9; },
      "V01:Invalid input channels number (9), range is 1 .. 8."},
-    {"255 channels", [](record &s) { s.input_channels = 255; },
-     "V01:Invalid input channels number (255), range is 1 .. 8."},
     {"nine outputs", [](record &s) { s.output_channels = 9; },
      "V02:Invalid output channels number (9), range is 1 .. 8."},
     {"format 0", [](record &s) { s.input_format = 0; },
      "V03:Invalid input format (0), range is 1 .. 5."},
-    {"format 6", [](record &s) { s.input_format = 6; },
-     "V03:Invalid input format (6), range is 1 .. 5."},
     {"output format 6", [](record &s) { s.output_format = 6; },
      "V04:Invalid output format (6), range is 1 .. 5."},
     {"AES3 of 3", [](record &s) { s.input_format = 4, s.input_channels = 3; },
@@ -51,8 +45,6 @@ const validation_row VALIDATION_ROWS[] = {
      "V08:Invalid output bits per sample (8) for AES3, range is 16, 20, 24."},
     {"PCM of 20 bits", [](record &s) { s.input_bits_per_sample = 20; },
      "V09:Invalid intput bits per sample (20) for PCM, range is 8, 16, 24, 32."},
-    {"PCM of 0 bits", [](record &s) { s.input_bits_per_sample = 0; },
-     "V09:Invalid intput bits per sample (0) for PCM, range is 8, 16, 24, 32."},
     {"PCM output of 12", [](record &s) { s.output_bits_per_sample = 12; },
      "V10:Invalid output bits per sample (12) for PCM, range is 8, 16, 24, 32."},
     {"float of 16", [](record &s) { s.input_format = 5; },
@@ -61,8 +53,6 @@ const validation_row VALIDATION_ROWS[] = {
      "V10:Invalid output bits per sample (16) for FLOAT, should be 32."},
     {"paired of 8", [](record &s) { s.input_format = 2, s.input_bits_per_sample = 8; },
      "V11:Invalid input bits per sample (8), range is 16, 20, 24."},
-    {"big-endian of 32", [](record &s) { s.input_format = 3, s.input_bits_per_sample = 32; },
-     "V11:Invalid input bits per sample (32), range is 16, 20, 24."},
     {"big-endian output of 32", [](record &s) { s.output_format = 3, s.output_bits_per_sample = 32;
      }, "V12:Invalid input bits per sample (32), range is 16, 20, 24."},
     {"rate 0", [](record &s) { s.input_sample_rate = 0, s.output_sample_rate = 1; },
@@ -107,18 +97,15 @@ TEST(Settings, MessagesInOrder) {
 TEST(Settings, MissingPrinterMeansStandardOutput) {
     record settings = plainSettings();
     settings.input_channel_mask = 0x80000001;
-    const char expected[] = "V15:Invalid channel mask (-2147483647) for (2) input channels.\n";
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(audioConverterCheckSettings(nullptr, &settings), 1);
-    fflush(stdout);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), expected);
-
     test_host host;
     host.withheld = {"err_printf"};
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(audioConverterCheckSettings(host.enter(), &settings), 1);
-    fflush(stdout);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), expected);
+    for (const callback_lookup lookup : {callback_lookup{nullptr}, host.enter()}) {
+        testing::internal::CaptureStdout();
+        EXPECT_EQ(audioConverterCheckSettings(lookup, &settings), 1);
+        fflush(stdout);
+        EXPECT_EQ(testing::internal::GetCapturedStdout(),
+                  "V15:Invalid channel mask (-2147483647) for (2) input channels.\n");
+    }
 }
 
 TEST(Settings, NullRecordAsksAndPrintsNothing) {
@@ -144,7 +131,6 @@ const map_row MAP_ROWS[] = {
     {"beyond the channels", 4, 0x33, {1, 2, 0, 0, 3, 5, 0, 0}, false},
     {"speaker not in the mask", 4, 0x33, {1, 2, 3, 0, 4, 5, 0, 0}, false},
     {"speaker of the mask left out", 4, 0x33, {1, 2, 0, 0, 3, 0, 0, 0}, false},
-    {"nine", 4, 0x33, {1, 2, 0, 0, 3, 9, 0, 0}, false},
     {"255", 4, 0x33, {1, 2, 0, 0, 3, 255, 0, 0}, false},
     {"all eight, reversed", 8, 0xff, {8, 7, 6, 5, 4, 3, 2, 1}, true},
 };
@@ -186,34 +172,32 @@ struct size_row {
     uint32_t result;
 };
 
-TEST(Settings, BytesToSamples) {
-    // clang-format off
-    const size_row rows[] = {
-        {1000, 1, 2, 16, 250}, {1001, 1, 2, 16, 250}, {1000, 2, 2, 20, 200}, {1000, 3, 2, 20, 166},
-        {1000, 3, 2, 24, 166}, {804, 4, 2, 16, 160}, {8, 1, 1, 24, 2}, {0, 5, 8, 32, 0},
-        {7, 1, 1, 16, 3}, {9, 2, 1, 20, 2}, {5, 2, 1, 20, 2}, {4, 2, 1, 20, 0},
-        {1000, 9, 2, 16, 250}, {100, 1, 0, 16, 0}, {100, 1, 2, 0, 0}, {100, 4, 0, 0, 0},
-        {536870911, 1, 1, 8, 536870911}, {536870912, 1, 1, 8, 0},
-    };
-    // clang-format on
+// clang-format off
+const size_row BYTES_TO_SAMPLES[] = {
+    {1000, 1, 2, 16, 250}, {1001, 1, 2, 16, 250}, {1000, 2, 2, 20, 200}, {1000, 3, 2, 20, 166},
+    {1000, 3, 2, 24, 166}, {804, 4, 2, 16, 160}, {8, 1, 1, 24, 2}, {0, 5, 8, 32, 0},
+    {7, 1, 1, 16, 3}, {9, 2, 1, 20, 2}, {5, 2, 1, 20, 2}, {4, 2, 1, 20, 0},
+    {1000, 9, 2, 16, 250}, {100, 1, 0, 16, 0}, {100, 1, 2, 0, 0}, {100, 4, 0, 0, 0},
+    {536870911, 1, 1, 8, 536870911}, {536870912, 1, 1, 8, 0},
+};
+const size_row SAMPLES_TO_BYTES[] = {
+    {160, 4, 2, 16, 804}, {166, 3, 2, 20, 996}, {250, 1, 2, 16, 1000}, {3, 2, 1, 20, 7},
+    {2, 2, 2, 20, 10}, {2, 3, 2, 20, 12}, {10, 4, 8, 24, 284}, {0, 4, 2, 16, 4},
+    {5, 5, 3, 32, 60}, {100, 1, 0, 16, 0}, {100, 3, 2, 0, 0},
+};
+// clang-format on
+
+template <size_t N>
+void expectSizes(const size_row (&rows)[N], decltype(audioConverterBytesToSamples) function) {
     for (const size_row &row : rows) {
-        EXPECT_EQ(audioConverterBytesToSamples(row.amount, row.format, row.channels, row.bits),
-                  row.result)
-            << row.amount << " bytes of " << int{row.format} << "/" << int{row.bits};
+        EXPECT_EQ(function(row.amount, row.format, row.channels, row.bits), row.result)
+            << row.amount << " of " << int{row.format} << "/" << int{row.bits};
     }
 }
 
-TEST(Settings, SamplesToBytes) {
-    const size_row rows[] = {
-        {160, 4, 2, 16, 804}, {166, 3, 2, 20, 996}, {250, 1, 2, 16, 1000}, {3, 2, 1, 20, 7},
-        {2, 2, 2, 20, 10},    {2, 3, 2, 20, 12},    {10, 4, 8, 24, 284},   {0, 4, 2, 16, 4},
-        {5, 5, 3, 32, 60},    {100, 1, 0, 16, 0},   {100, 3, 2, 0, 0},
-    };
-    for (const size_row &row : rows) {
-        EXPECT_EQ(audioConverterSamplesToBytes(row.amount, row.format, row.channels, row.bits),
-                  row.result)
-            << row.amount << " samples of " << int{row.format} << "/" << int{row.bits};
-    }
+TEST(Settings, Sizes) {
+    expectSizes(BYTES_TO_SAMPLES, audioConverterBytesToSamples);
+    expectSizes(SAMPLES_TO_BYTES, audioConverterSamplesToBytes);
 }
 
 } // namespace

@@ -10,21 +10,18 @@ namespace {
 
 struct job {
     audio_converter_settings settings;
-    byte_vector input;
-    byte_vector expected;
+    byte_vector input, expected;
 };
 
 std::vector<job> makeJobs() {
     std::vector<job> jobs;
     const uint32_t rates[] = {48000, 44100, 32000, 96000};
-    for (size_t i = 0; i < std::size(ALL_LAYOUTS); ++i) {
-        const sample_layout in = ALL_LAYOUTS[i];
-        const sample_layout out = ALL_LAYOUTS[(i * 5 + 3) % 14];
-        job next = {makeSettings({in, 6, 48000, 0x3f}, {out, 2, rates[i % 4], 0x03}, 500),
-                    makeInput(in, 6, 500, i),
-                    {}};
-        next.expected = convert(next.settings, next.input);
-        jobs.push_back(next);
+    for (const sample_layout in : ALL_LAYOUTS) {
+        const size_t i = jobs.size();
+        const side out = {ALL_LAYOUTS[(i * 5 + 3) % 14], 2, rates[i % 4], 0x03};
+        const auto settings = makeSettings({in, 6, 48000, 0x3f}, out, 500);
+        const byte_vector input = makeInput(in, 6, 500, i);
+        jobs.push_back({settings, input, convert(settings, input)});
     }
     return jobs;
 }

@@ -25,10 +25,6 @@ def pcm16(*samples):
     return struct.pack(f"<{len(samples)}h", *samples)
 
 
-def pcm32(*samples):
-    return struct.pack(f"<{len(samples)}i", *samples)
-
-
 def tone(frame_count, channels, rate=48000):
     """16-bit sines of different pitch, a quarter of full scale."""
     return pcm16(*(round(8192 * math.sin(2 * math.pi * 440 * (c + 1) * n / rate))
@@ -110,59 +106,38 @@ class ToolTest(unittest.TestCase):
         """Bytes worked out by hand. In: two frames of raw input; out: raw output."""
         stereo, mono = "pcm,16,2,48000", "pcm,16,1,48000"
         one = pcm16(0x1234, -1, 0x4000, -0x8000)
-        swap = b"# left and right change places\n0, 1\n-0dB 0\n"
+        swap = b"# left and right change places\n0, 1\n-1 0\n"
         by_bit = b"".join(b"0 0 0 0 0 0 0 0\n" if row != 2 else b"0.5 -1 0 0 0 0 0 0\n"
                           for row in range(8))
         table = [
             ("nothing changes", stereo, one, "", one),
-            ("8 bits", stereo, one, "-b 8", bytes([0x92, 0x7F, 0xC0, 0x00])),
-            ("24 bits", stereo, one, "-b 24", bytes.fromhex("003412 00ffff 000040 000080")),
             ("float", stereo, pcm16(0x4000, 0), "-f float", struct.pack("<2f", 0.5, 0.0)),
-            ("big-endian", stereo, one, "-f lpcm-be", bytes.fromhex("1234 ffff 4000 8000")),
             ("odd frame of a pair is completed", stereo, one[:4], "-f lpcm-paired",
              bytes.fromhex("1234 ffff 0000 0000")),
             ("aes3", stereo, pcm16(1, 0), "-f aes3", bytes.fromhex("00050000 8000800008")),
             ("from aes3", "aes3,16,2,48000", bytes.fromhex("00050000 8000800008"), "-f pcm",
              pcm16(1, 0)),
-            ("from big-endian", "lpcm-be,16,1,48000", bytes.fromhex("12348000"), "-f pcm",
-             pcm16(0x1234, -0x8000)),
             ("mono reaches both sides", mono, pcm16(5, -7), "-l stereo", pcm16(5, 5, -7, -7)),
-            ("left alone stays left", mono, pcm16(10000), "-l stereo --in-layout FL",
-             pcm16(5857, 0)),
-            ("stereo to mono", stereo, pcm16(100, 50), "-l mono", pcm16(75)),
             ("input order", stereo, pcm16(1, 2), "--in-order FR,FL", pcm16(2, 1)),
             ("output order", stereo, pcm16(1, 2), "--out-order 2,1,0,0,0,0,0,0", pcm16(2, 1)),
             ("matrix of the layouts", stereo, pcm16(1, 2), "--matrix swap", pcm16(-2, 1)),
             ("matrix by speaker", mono, pcm16(100), "-l stereo --matrix by_bit", pcm16(50, -100)),
-            ("rate", "pcm,32,1,24000", pcm32(1 << 30, *[0] * 99), "-r 48000 --block 10000",
-             (6, pcm32(1073741824, 681755065, 0, -222475395, 0, 127913844))),
         ]
         for name, raw, content, options, expected in self.each(table):
             self.put("in.raw", content)
-            self.put("swap", swap.replace(b"-0dB", b"-1"))
+            self.put("swap", swap)
             self.put("by_bit", by_bit)
             self.run_tool(f"--raw {raw} {options} in.raw out.raw")
-            got = self.get("out.raw")
-            if isinstance(expected, tuple):
-                self.assertEqual(len(got), 200 * 4)
-                got, expected = got[:len(expected[1])], expected[1]
-            self.assertEqual(got.hex(" "), expected.hex(" "), name)
-
-    def test_decibels_are_gains(self):
-        self.put("gains", b"-6.0205999dB -100dB\n# comment\n\n0.25,1 # right\n")
-        shown = self.run_tool("--show-matrix --in-layout stereo --matrix gains").stdout.decode()
-        for text in ("0.500000    0.000010", "0.250000    1.000000", "-6.02     -100.00"):
-            self.assertIn(text, shown)
+            self.assertEqual(self.get("out.raw").hex(" "), expected.hex(" "), name)
 
     def test_cuts_do_not_matter(self):
         self.put("in.wav", wav(tone(3001, 6), 6, mask=0x3F))
         options = "-r 44100 -l stereo -b 24 in.wav"
         self.run_tool(f"{options} whole.wav")
-        for cut in ("--block 1", "--block 7", "--block random:1", "--block random:2",
-                    "--frame-size 6", "--frame-size 1000", "--block 300000 --frame-size 1000000"):
-            with self.subTest(cut):
-                self.run_tool(f"{options} {cut} cut.wav")
-                self.assertEqual(self.get("cut.wav"), self.get("whole.wav"))
+        for cut in ("--block 1", "--block random:1", "--frame-size 6",
+                    "--block 300000 --frame-size 1000000"):
+            self.run_tool(f"{options} {cut} cut.wav")
+            self.assertEqual(self.get("cut.wav"), self.get("whole.wav"), cut)
 
     # ---- Files ------------------------------------------------------------------------------
 
@@ -173,15 +148,11 @@ class ToolTest(unittest.TestCase):
             ("rate and depth", 2, None, "-r 96000 -b 32", (1, 2, 96000, 32, 3)),
             ("float", 2, None, "-f float", (3, 2, 48000, 32, None)),
             ("lone left", 1, 0x1, "", (1, 1, 48000, 16, 0x1)),
-            ("back pair", 2, 0x30, "", (1, 2, 48000, 16, 0x30)),
-            ("5.1", 6, 0x3F, "", (1, 6, 48000, 16, 0x3F)),
-            ("sides stay sides", 6, 0x60F, "", (1, 6, 48000, 16, 0x60F)),
             ("sides mixed as backs", 6, 0x60F, "-l quad", (1, 4, 48000, 16, 0x33)),
             ("four unnamed channels", 4, None, "", (1, 4, 48000, 16, 0x33)),
             ("layout override", 4, None, "--in-layout FL,FR,FC,LFE", (1, 4, 48000, 16, 0x0F)),
             ("order that a mask cannot tell", 2, None, "--out-order FR,FL",
              (1, 2, 48000, 16, None)),
-            ("rate override", 2, None, "--in-rate 8000", (1, 2, 8000, 16, None)),
         ]
         for name, channels, mask, options, expected in self.each(table):
             self.put("in.wav", wav(tone(480, channels), channels, mask=mask))
@@ -190,7 +161,7 @@ class ToolTest(unittest.TestCase):
             kind, *header, data = parse_wav(content)
             self.assertEqual((kind, *header), ("RIFF", *expected), name)
             self.assertNotIn(b"PEAK", content, "the chunk holds the time of writing")
-            frames = 480 * expected[2] // (8000 if "--in-rate" in options else 48000)
+            frames = 480 * expected[2] // 48000
             self.assertEqual(len(data), frames * expected[1] * expected[3] // 8, name)
 
     def test_other_file_types(self):
@@ -280,22 +251,20 @@ class ToolTest(unittest.TestCase):
         for name, options, stdin in table:
             with self.subTest(name):
                 self.run_tool([*options, "-", "out.wav"], stdin=stdin)
-                kind, *header, data = parse_wav(self.get("out.wav"))
-                self.assertEqual((kind, header, data), ("RIFF", [1, 3, 48000, 16, 7], samples))
+                self.assertEqual(parse_wav(self.get("out.wav")),
+                                 ("RIFF", 1, 3, 48000, 16, 7, samples))
                 piped = self.run_tool([*options, "-", "-"], stdin=stdin).stdout
-                self.assertEqual(parse_wav(piped)[5], 7)
-                self.assertEqual(piped[-len(samples):], samples)
-                self.assertEqual(self.run_tool([*options, "-t", "raw", "-", "-"],
-                                               stdin=stdin).stdout, samples)
+                self.assertEqual((parse_wav(piped)[5], piped[-len(samples):]), (7, samples))
+                piped = self.run_tool([*options, "-t", "raw", "-", "-"], stdin=stdin).stdout
+                self.assertEqual(piped, samples)
         self.assertEqual(self.run_tool("in.wav -").stdout, content)
 
-    def test_unknown_length_is_put_in_where_possible(self):
+    def test_lengths_in_piped_headers(self):
+        """Put in afterwards where the output can go back; an odd chunk is padded."""
         with open(self.folder / "out.wav", "wb") as file:
             subprocess.run([TOOL, "--raw", "pcm,16,2,48000", "-", "-"], input=tone(999, 2),
                            stdout=file, check=True)
         self.assertEqual(self.get("out.wav"), wav(tone(999, 2)))
-
-    def test_odd_data_is_padded(self):
         piped = self.run_tool("--raw pcm,8,1,48000 -t wav - -", stdin=b"abc").stdout
         self.assertEqual(piped[-8:], b"\xff\xff\xff\xffabc\0")
         self.put("in.raw", b"abc")
@@ -308,15 +277,14 @@ class ToolTest(unittest.TestCase):
         """Status 2, a line with the fault, the usage, and nothing written."""
         table = [
             "", "in.wav", "in.wav out.wav more.wav", "--bits 12 in.wav out.wav",
-            "--rate 0 in.wav out.wav", "--rate -1 in.wav out.wav", "--rate fast in.wav out.wav",
+            "--rate 0 in.wav out.wav", "--rate fast in.wav out.wav",
             "--rate 4294967296 in.wav out.wav", "--nonsense in.wav out.wav",
-            "--layout 9.1 in.wav out.wav", "--layout 0x100 in.wav out.wav",
-            "--layout FL,FL in.wav out.wav", "--in-order FL,XX in.wav out.wav",
+            "--layout 9.1 in.wav out.wav", "--layout FL,FL in.wav out.wav", "--in-order FL,XX in.wav out.wav",
             "--out-order 1,2 in.wav out.wav", "--type mp3 in.wav out.wav", "in.wav out.mp3",
             "--format aes3 in.wav out.wav", "--format u8 in.wav out.raw",
-            "--raw pcm,16,2 in.wav out.wav", "--raw pcm,16,two,48000 in.wav out.wav",
+            "--raw pcm,16,two,48000 in.wav out.wav",
             "--raw pcm,300,2,48000 in.wav out.wav", "--block 0 in.wav out.wav",
-            "--block random: in.wav out.wav", "--frame-size 0 in.wav out.wav",
+            "--frame-size 0 in.wav out.wav",
             "--frame-size 3 in.wav out.wav", "--split-output in.wav -",
             "--split-output -f aes3 in.wav out.raw", "--split-input FL in.wav",
             "--split-input FL=in.wav --split-input FL=in.wav out.wav",
@@ -344,9 +312,6 @@ class ToolTest(unittest.TestCase):
         table = [
             ("--in-layout 5.1 in.wav out.wav", "V15:Invalid channel mask (63) for (2) input"),
             ("-f aes3 -b 8 in.wav out.raw", "V08:"),
-            ("-b 20 in.wav out.wav", "V10:"),
-            ("--raw pcm,16,9,48000 odd.raw out.wav", "V01:"),
-            ("--raw pcm,16,2,0 odd.raw out.wav", "V13:"),
             ("--in-order 1,1,0,0,0,0,0,0 in.wav out.wav", "order does not fit"),
             ("-r 4294967291 in.wav out.raw", "no converter for these rates"),
             ("-r 3000000000 --in-rate 1000000000 in.wav out.wav", "no sound file holds a rate"),
@@ -361,7 +326,6 @@ class ToolTest(unittest.TestCase):
             ("cut.wav out.wav", "ends before its header says"),
             ("cut64.wav out.wav", "ends before its header says"),
             ("--raw pcm,16,2,48000 odd.raw out.wav", "in the middle of a frame (1 of 4 bytes)"),
-            ("--raw lpcm-be,24,1,48000 odd.raw out.wav", "in the middle of a frame"),
             ("--raw aes3,16,2,48000 torn.aes3 out.wav", "in the middle of a frame"),
             ("--raw aes3,24,2,48000 torn.aes3 out.wav", "no AES3 block of the given depth"),
             ("--split-input FL=in.wav out.wav", "has 2 channels"),
@@ -423,25 +387,21 @@ class ToolTest(unittest.TestCase):
                      "    FL    0.261204    0.000000", "   LFE    0.184699    0.184699",
                      "    BR   -0.184699    0.184699"):
             self.assertIn(line, text)
-        text = self.run_tool("--show-matrix --in-layout 5.1 -l mono --out-order FC").stdout.decode()
-        for line in ("    FL    0.134876", "   LFE    0.190744", "    FL      -17.40"):
+        self.put("gains", b"-6.0205999dB -100dB\n# comment\n\n0.25,1 # right\n")
+        text = self.run_tool("--show-matrix --in-layout stereo --matrix gains").stdout.decode()
+        for line in ("0.500000    0.000010", "0.250000    1.000000", "-6.02     -100.00"):
             self.assertIn(line, text)
-        self.assertEqual(self.names(), ["in.wav"])
+        self.assertEqual(self.names(), ["gains", "in.wav"])
 
     def test_filter_response(self):
-        for rates, per_sample in (((44100, 48000), 160), ((48000, 44100), 147),
-                                  ((48000, 24000), 1), ((43000, 44000), 44), ((48000, 48000), 1)):
-            with self.subTest(rates):
-                text = self.run_tool(f"--show-filter --in-rate {rates[0]} -r {rates[1]}").stdout
-                rows = [line.split(",") for line in text.decode().splitlines()[1:]]
-                gains = [float(row[3]) for row in rows]
-                self.assertEqual(len(gains), 40 * per_sample + 1)
-                self.assertEqual(float(rows[0][1]), -20.0)
-                self.assertEqual(float(rows[20 * per_sample][2]), 0.0)
-                for gain, mirrored in zip(gains, gains[::-1]):
-                    self.assertAlmostEqual(gain, mirrored, delta=2e-9)
-                self.assertAlmostEqual(sum(gains) / per_sample, 1.0, delta=0.01)
-                self.assertAlmostEqual(max(gains), min(1.0, rates[1] / rates[0]), delta=1e-3)
+        for rates, per_sample in (((44100, 48000), 160), ((48000, 44100), 147), ((8000, 8000), 1)):
+            text = self.run_tool(f"--show-filter --in-rate {rates[0]} -r {rates[1]}").stdout
+            rows = [line.split(",") for line in text.decode().splitlines()[1:]]
+            gains = [float(row[3]) for row in rows]
+            self.assertEqual(len(gains), 40 * per_sample + 1)
+            self.assertEqual((float(rows[0][1]), float(rows[20 * per_sample][2])), (-20.0, 0.0))
+            self.assertAlmostEqual(sum(gains) / per_sample, 1.0, delta=0.01)
+            self.assertAlmostEqual(max(gains), min(1.0, rates[1] / rates[0]), delta=1e-3)
 
     def test_levels_and_stats(self):
         frames = 48000
@@ -463,8 +423,7 @@ class ToolTest(unittest.TestCase):
         extremes = pcm16(32767, -32768, 32766, -32767)
         text = self.run_tool("--stats --raw pcm,16,2,48000 - a.wav", stdin=extremes).stdout.decode()
         self.assertIn("full-scale:       FL 1 FR 1", text)
-        for form in ("pcm -b 8", "pcm -b 24", "float", "lpcm-be -b 20", "lpcm-paired -b 20",
-                     "lpcm-paired -b 24", "aes3 -b 20"):
+        for form in ("pcm -b 8", "float", "lpcm-be -b 20", "lpcm-paired -b 20", "aes3 -b 20"):
             text = self.run_tool(f"--levels -f {form} -t raw in.wav a.raw").stdout.decode()
             self.assertRegex(text, r"output FL   peak   -6\.0\d dBFS  RMS   -9\.0\d", form)
         piped = self.run_tool("--levels in.wav -")
@@ -524,14 +483,13 @@ class ToolTest(unittest.TestCase):
         table = [(80, "in.raw", known), (40, "in.raw", known), (20, "in.raw", known),
                  (80, "-", unknown), (40, "-", unknown)]
         for columns, source, pattern in table:
-            with self.subTest((columns, source)):
-                shown = self.terminal_output(columns, f"{raw} {source} /dev/null")
-                *lines, last = shown.split("\r")[1:]
-                self.assertEqual(last, "\x1b[K", "the line is not taken away")
-                self.assertGreater(len(lines), 0)
-                for line in lines:
-                    self.assertRegex(line, rf"\A{pattern}\x1b\[K\Z")
-                    self.assertLess(len(line) - len("\x1b[K"), columns)
+            shown = self.terminal_output(columns, f"{raw} {source} /dev/null")
+            *lines, last = shown.split("\r")[1:]
+            self.assertEqual(last, "\x1b[K", "the line is not taken away")
+            self.assertGreater(len(lines), 0)
+            for line in lines:
+                self.assertRegex(line, rf"\A{pattern}\x1b\[K\Z")
+                self.assertLess(len(line) - len("\x1b[K"), columns)
         self.assertIn("#", self.terminal_output(40, f"{raw} --block 64 in.raw /dev/null"))
         self.assertEqual(self.terminal_output(80, f"-q {raw} in.raw /dev/null"), "")
         self.assertEqual(self.run_tool(f"{raw} in.raw /dev/null").stderr, b"")

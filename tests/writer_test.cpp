@@ -22,19 +22,15 @@ struct chunk_row {
 
 const chunk_row CHUNK_ROWS[] = {
     {"frame size", {1, 16}, 2, 4096, 0, 10000, false, sizes(9, 4096), 3136},
-    {"room", {1, 16}, 2, 4096, 1000, 1000, false, sizes(3, 1000), 1000},
     {"room and a part of a frame", {1, 16}, 2, 4096, 1003, 1000, false, sizes(3, 1000), 1000},
     {"pairs", {2, 16}, 2, 4098, 0, 2048, false, sizes(1, 4096), 4096},
-    {"pairs of 20 bits", {2, 20}, 2, 4096, 0, 2000, false, sizes(2, 4090), 1820},
     {"big-endian 20", {3, 20}, 2, 4096, 0, 1000, false, sizes(1, 4092), 1908},
     {"split", {1, 16}, 2, 4096, 0, 3000, true, sizes(2, 2048), 1904},
     {"split, room shared", {1, 16}, 2, 4096, 1000, 1000, true, sizes(3, 500), 500},
-    {"split in eight", {1, 24}, 8, 100, 0, 10, true, sizes(2, 12), 6},
     {"AES3 adds its header", {4, 16}, 2, 1920, 0, 1000, false, sizes(2, 1924), 1164},
     {"AES3 in little room", {4, 16}, 2, 1920, 1004, 400, false, sizes(1, 1004), 1004},
     {"AES3 one byte short", {4, 16}, 2, 1920, 1003, 300, false, sizes(1, 999), 509},
     {"AES3 payload of 65535", {4, 16}, 2, 1u << 30, 0, 13108, false, sizes(1, 65539), 9},
-    {"AES3 8 x 24", {4, 24}, 8, UINT32_MAX, 0, 2341, false, sizes(1, 65524), 32},
     {"whole stream", {5, 32}, 8, UINT32_MAX, 0, 5000, false, {}, 160000},
     {"frame by frame", {1, 8}, 1, 1, 0, 3, false, {1, 1}, 1},
 };
@@ -137,11 +133,9 @@ TEST(Writer, RefusedBeforeAnyStream) {
         {"frame does not fit", {1, 16}, 3, false, true},
         {"pair fits", {3, 24}, 12, false, false},
         {"pair does not fit", {3, 24}, 11, false, true},
-        {"pair of 20 bits fits", {2, 20}, 10, false, false},
         {"pair of 20 bits does not fit", {2, 20}, 9, false, true},
         {"share fits", {1, 16}, 4, true, false},
         {"share does not fit", {1, 16}, 3, true, true},
-        {"paired share does not fit", {2, 16}, 7, true, true},
         {"AES3 frame fits", {4, 16}, 5, false, false},
         {"AES3 frame does not fit", {4, 16}, 4, false, true},
         {"AES3 split", {4, 16}, 4096, true, true},
@@ -162,31 +156,23 @@ TEST(Writer, RefusedBeforeAnyStream) {
 
 // Frames that leave in pairs: the odd one waits, and the end completes it with silence.
 TEST(Writer, OddFrame) {
+    const byte_vector two = {0x12, 0x34, 0x12, 0x34}, completed = {0x12, 0x34, 0, 0};
     for (const uint8_t format : {2, 3}) {
-        for (const uint32_t rate : {48000u, 24000u}) {
-            for (const uint32_t discard : {0u, 1u}) {
-                conversion run(makeSettings({{1, 16}, 1, 48000}, {{format, 16}, 0, rate}));
-                const byte_vector frame = {0x34, 0x12};
+        for (const uint32_t discard : {0u, 1u}) {
+            conversion run(makeSettings({{1, 16}, 1, 48000}, {{format, 16}}));
+            const byte_vector frame = {0x34, 0x12};
+            for (const size_t bytes : {0u, 4u, 4u}) {
                 EXPECT_EQ(run.put(frame), 0u);
-                EXPECT_EQ(run.committed(), 0u);
-                if (rate == 48000) {
-                    EXPECT_EQ(run.put({}), 0u);
-                    EXPECT_EQ(run.committed(), 0u);
-                    EXPECT_EQ(run.put(frame), 0u);
-                    EXPECT_EQ(run.put(frame), 0u);
-                    EXPECT_EQ(run.streams[0].bytes, (byte_vector{0x12, 0x34, 0x12, 0x34}));
-                } else {
-                    EXPECT_EQ(run.put(frame), 0u);
-                }
-                const size_t before = run.committed();
-                EXPECT_EQ(run.done(discard), 0u);
-                EXPECT_EQ(run.committed() - before, discard != 0 ? 0u : 4u);
-                if (rate == 48000 && discard == 0) {
-                    EXPECT_EQ(run.streams[0].bytes,
-                              (byte_vector{0x12, 0x34, 0x12, 0x34, 0x12, 0x34, 0, 0}));
-                }
-                EXPECT_EQ(run.close(), "");
+                EXPECT_EQ(run.put({}), 0u);
+                EXPECT_EQ(run.committed(), bytes);
             }
+            byte_vector expected = two;
+            EXPECT_EQ(run.done(discard), 0u);
+            if (discard == 0) {
+                expected.insert(expected.end(), completed.begin(), completed.end());
+            }
+            EXPECT_EQ(run.streams[0].bytes, expected);
+            EXPECT_EQ(run.close(), "");
         }
     }
 }
