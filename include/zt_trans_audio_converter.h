@@ -67,7 +67,9 @@
  *
  * Functions return 0 for success and 1 for failure unless said otherwise. Different
  * converters may be used on different threads at once; one converter must not be
- * entered by two calls at once, nor from inside one of its own callbacks.
+ * entered by two calls at once, nor from inside one of its own callbacks. It may move from
+ * thread to thread between calls. A data call may allocate, and may wait up to 2 seconds
+ * for a stream that reports no room.
  * audioConverterCheckSettings, the two size functions, audioConverterGetAPIExt and
  * the query touch no state and may be called from any thread at any time.
  */
@@ -311,7 +313,9 @@ int32_t audioConverterCheckSettings(callback_lookup lookup,
  * Returns the converter, to be released with audioConverterFree, or null, with nothing
  * left allocated, when settings is null, when it fails validation (with that message),
  * when memory runs out (no message), or when the rates are so nearly coprime that the
- * filter table, 8 * (40 * L + 1) bytes, would exceed 1 GiB (no message). All functions
+ * filter table, 8 * (40 * L + 1) bytes, would exceed 1 GiB (no message). Creation takes
+ * well under a millisecond for usual rates and up to a few seconds for the largest
+ * table. All functions
  * found by the lookup must stay valid until audioConverterFree returns. */
 audio_converter *audioConverterNew(callback_lookup lookup,
                                    const audio_converter_settings *settings);
@@ -321,7 +325,8 @@ audio_converter *audioConverterNew(callback_lookup lookup,
  *   stream  stays the host's and must stay valid while calls may write to it; attaching
  *           again replaces it
  *
- * Marks every speaker channel of the input as expecting input, ended ones included.
+ * Marks every speaker channel of the input as active, so attach before the first input:
+ * a channel that has ended would be waited for again.
  * Returns 1 and changes nothing when converter is null (silently), when the flag is
  * set (with a message) or when stream is null (with a message). */
 int32_t audioConverterInit(audio_converter *converter, bufstream *stream);
@@ -356,7 +361,8 @@ void audioConverterFree(audio_converter *converter);
  *   - input_separate_channels is set (with a message);
  *   - the size limit above is passed;
  *   - memory ran out, or more than 2^30 - 1 samples would have to be held.
- * Returns 1 with the bytes taken (do not repeat them) when the output refused: no stream
+ * Returns 1 with the bytes taken (do not repeat them) when the output refused, which a host
+ * knows by its own streams: no stream
  * is attached, out_frame_size or a stream's share of it is below one frame (two for the
  * LPCM formats), AES3 was to go to separate streams, reserve gave null, or no room came
  * for 2 seconds. What was not written waits, in order, and goes out first in the next
@@ -378,9 +384,9 @@ uint32_t audioConverterPutBytes(audio_converter *converter, const uint8_t *bytes
  * The samples wait in the channel's buffer until every active channel holds at least as
  * many as the largest block of any call so far (one that ran out of memory included); then
  * a block as long as this call's samples goes through. For LPCM output an odd sample waits
- * for its partner. Feed the channels in turn: buffers grow to an exact fit, and what a
- * channel keeps is moved after every block. Input of a channel that the mask lacks is
- * never mixed, but counts in every other way: it drives blocks, and lengthens the stream.
+ * for its partner. Feed the channels in turn, in blocks of like size: a channel that runs
+ * far ahead costs, in every call, time for all that it holds. Input of a channel that the mask
+ * lacks is never mixed, but counts in every other way: it drives blocks, and lengthens the stream.
  *
  * Returns 1 with nothing taken (repeat the call to go on) when the converter is null,
  * bytes is null and byte_count is not 0, the flag is clear (with a message), the input
