@@ -61,17 +61,4 @@ TEST(BlockCuts, RateAndLayoutChanges) {
     }
 }
 
-// Output of small frames is the same stream as output of large ones.
-TEST(BlockCuts, FrameSizes) {
-    for (const sample_layout out : ALL_LAYOUTS) {
-        audio_converter_settings settings = makeSettings({{1, 32}, 2, 48000}, {out, 2, 44100});
-        const byte_vector input = makeInput({1, 32}, 2, 999, 6);
-        const byte_vector expected = convert(settings, input);
-        for (const uint32_t frame_size : {unitBytes(out, 2), unitBytes(out, 2) + 1, 1000u}) {
-            settings.out_frame_size = frame_size;
-            EXPECT_TRUE(convert(settings, input) == expected) << describe(settings);
-        }
-    }
-}
-
 } // namespace

@@ -101,24 +101,6 @@ TEST(HostileInput, Aes3BrokenHeaders) {
     }
 }
 
-// Calls of nothing before, between and behind the channels' input, null included, change nothing.
-TEST(HostileInput, EmptyCallsToChannels) {
-    for (const uint32_t rate : {44100u, 48000u}) {
-        auto settings = makeSettings({{1, 16}, 2, 44100}, {{5, 32}, 0, rate});
-        settings.input_separate_channels = 1;
-        conversion run(settings);
-        for (int round = 0; round < 3; ++round) {
-            for (const uint8_t channel : {0, 1, 5}) {
-                EXPECT_EQ(run.putChannel({}, channel), 0u);
-                EXPECT_EQ(audioConverterPutBytesOneChannel(run.converter, nullptr, 0, channel), 0u);
-            }
-        }
-        EXPECT_EQ(run.done(), 0u);
-        EXPECT_EQ(run.committed(), 0u);
-        EXPECT_EQ(run.close(), "");
-    }
-}
-
 // Random records: mostly refused; whatever is accepted converts and gives its memory back.
 TEST(HostileInput, RandomSettings) {
     random_numbers random(99);

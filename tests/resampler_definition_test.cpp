@@ -53,6 +53,12 @@ std::vector<int32_t> filterAtOnce(const std::vector<int32_t> &input, uint32_t in
     return output;
 }
 
+// The series stops early: the value is the defined one, not the function's.
+TEST(ResamplerDefinition, BesselSeries) {
+    EXPECT_NEAR(besselI0(4.5), 1093.58807, 5e-6);
+    EXPECT_EQ(besselI0(0.0), 1.0);
+}
+
 TEST(ResamplerDefinition, WholeStreams) {
     for (const rate_row &row : RATE_ROWS) {
         for (const uint8_t channels : {1, 2, 3, 6, 8}) {
