@@ -14,14 +14,24 @@ namespace {
 
 using gain_rows = std::vector<std::vector<double>>;
 
+// Far more than a matrix with comments needs, and little to read of a file that is none.
+constexpr std::streamsize LINE_ROOM = 4096; // with the end of the text
+constexpr unsigned MOST_LINES = 1000;
+
+// A word of the file for a message, unless a terminal should not see it.
+std::string shown(const std::string &word) {
+    const bool printable = std::ranges::all_of(word, [](char c) { return c >= ' ' && c <= '~'; });
+    return printable && word.size() <= 40 ? "'" + word + "'" : "this line";
+}
+
 double parseGain(const std::string &word, const std::string &place) {
     char *end = nullptr;
     const double value = std::strtod(word.c_str(), &end);
-    const std::string unit = end;
+    const std::string unit = word.substr(static_cast<size_t>(end - word.c_str()));
     const bool in_decibels = unit == "dB" || unit == "db";
     const double gain = in_decibels ? std::pow(10.0, value / 20.0) : value;
     if (end == word.c_str() || (!unit.empty() && !in_decibels) || !std::isfinite(gain)) {
-        throw usage_error(place + "'" + word + "' is not a gain (0.5 or -6dB)");
+        throw usage_error(place + shown(word) + " is not a gain (0.5 or -6dB)");
     }
     return gain;
 }
@@ -37,6 +47,11 @@ std::vector<double> parseRow(std::string line, const std::string &place) {
     return row;
 }
 
+// What getline() put down, which may have bytes of zero in it.
+std::string lastLine(const std::istream &file, const char *text) {
+    return {text, static_cast<size_t>(file.gcount() - (file.eof() ? 0 : 1))};
+}
+
 gain_rows readRows(const std::string &path) {
     std::ifstream file(path);
     if (!file) {
@@ -44,15 +59,23 @@ gain_rows readRows(const std::string &path) {
     }
     gain_rows rows;
     unsigned line_number = 0;
-    for (std::string line; std::getline(file, line);) {
+    std::array<char, LINE_ROOM> line{};
+    while (file.getline(line.data(), LINE_ROOM)) {
         const std::string place = path + ":" + std::to_string(++line_number) + ": ";
-        std::vector<double> row = parseRow(line, place);
+        std::vector<double> row = parseRow(lastLine(file, line.data()), place);
+        if (line_number > MOST_LINES) {
+            throw usage_error(place + "too many lines for a matrix");
+        }
         if (!row.empty()) {
             rows.push_back(std::move(row));
         }
     }
     if (file.bad()) {
         throw systemError(path, "cannot read the matrix");
+    }
+    if (!file.eof()) {
+        throw usage_error(path + ":" + std::to_string(line_number + 1) +
+                          ": the line is too long for a matrix");
     }
     return rows;
 }
