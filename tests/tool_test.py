@@ -289,7 +289,7 @@ class ToolTest(unittest.TestCase):
             "--split-output -f aes3 in.wav out.raw", "--split-input FL in.wav",
             "--split-input FL=in.wav --split-input FL=in.wav out.wav",
             "--split-input FL=in.wav in.wav out.wav", "--matrix bad in.wav out.wav",
-            "--matrix small in.wav out.wav", "--show-matrix", "--show-filter",
+            "--matrix /dev/zero in.wav out.wav", "--matrix small in.wav out.wav", "--show-matrix", "--show-filter",
         ]
         for (arguments,) in self.each([(row,) for row in table]):
             self.put("in.wav", wav(tone(10, 2)))
@@ -313,15 +313,16 @@ class ToolTest(unittest.TestCase):
             ("--in-layout 5.1 in.wav out.wav", "V15:Invalid channel mask (63) for (2) input"),
             ("-f aes3 -b 8 in.wav out.raw", "V08:"),
             ("--in-order 1,1,0,0,0,0,0,0 in.wav out.wav", "order does not fit"),
-            ("-r 4294967291 in.wav out.raw", "no converter for these rates"),
+            ("-r 4294967291 in.wav out.raw", "limit of 1 GiB"),
             ("-r 3000000000 --in-rate 1000000000 in.wav out.wav", "no sound file holds a rate"),
             ("missing.wav out.wav", "missing.wav: cannot open: No such file"),
             ("text out.wav", "text: "),
             (". out.wav", "is a directory"),
-            ("in.wav missing/out.wav", "missing/out.wav: cannot write: No such file"),
+            ("in.wav missing/out.wav", "cannot write in the folder 'missing': No such"),
             ("in.wav .", ".: is a directory"),
             ("-t raw in.wav /dev/full", "/dev/full: cannot write: No space left"),
             ("in.wav -t aiff -", "AIFF cannot be written to a stream"),
+            ("--split-output in.wav /dev/full", "/dev/full: is no regular file"),
             ("--matrix missing in.wav out.wav", "missing: cannot read the matrix"),
             ("cut.wav out.wav", "ends before its header says"),
             ("cut64.wav out.wav", "ends before its header says"),

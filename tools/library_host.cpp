@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <numeric>
 #include <utility>
 
 namespace {
@@ -70,6 +71,19 @@ host_function lookUpCounted(const char *name) {
     return lookUpPrinter(name);
 }
 
+// Why the library gives no converter for settings that it has not refused with a message.
+std::string silentReason(const audio_converter_settings &settings) {
+    constexpr uint64_t MOST_TABLE_BYTES = 1 << 30; // the library's own limit
+    const uint32_t rates[] = {settings.input_sample_rate, settings.output_sample_rate};
+    const uint64_t up_factor = rates[1] / std::max(std::gcd(rates[0], rates[1]), 1u);
+    if (rates[0] == rates[1] || sizeof(double) * (40 * up_factor + 1) <= MOST_TABLE_BYTES) {
+        return "out of memory";
+    }
+    return "no converter from " + std::to_string(rates[0]) + " to " + std::to_string(rates[1]) +
+           " Hz: the rates have too little in common, their filter table would exceed the "
+           "library's limit of 1 GiB";
+}
+
 converter_pointer createConverter(callback_lookup lookup,
                                   const audio_converter_settings &settings) {
     converter_pointer converter(audioConverterNew(lookup, &settings));
@@ -77,12 +91,7 @@ converter_pointer createConverter(callback_lookup lookup,
         return converter;
     }
     const std::string reason = takeLibraryMessage();
-    throw conversion_error(!reason.empty()
-                               ? reason
-                               : "no converter for these rates (" +
-                                     std::to_string(settings.input_sample_rate) + " to " +
-                                     std::to_string(settings.output_sample_rate) +
-                                     " Hz): too little memory for their filter");
+    throw conversion_error(!reason.empty() ? reason : silentReason(settings));
 }
 
 } // namespace

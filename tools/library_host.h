@@ -36,7 +36,7 @@ void checkSettings(const audio_converter_settings &settings);
 // A converter that allocates through the counting allocator.
 converter_pointer newConverter(const audio_converter_settings &settings);
 
-// A helper converter that does not appear in the allocation counts.
+// An auxiliary converter that does not appear in the allocation counts.
 converter_pointer newUncountedConverter(const audio_converter_settings &settings);
 
 // A record for one format on both sides: no mixing, no rate change.

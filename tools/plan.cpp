@@ -6,7 +6,8 @@
 #include "settings_plan.h"
 
 #include <algorithm>
-#include <cstring>
+#include <filesystem>
+#include <system_error>
 
 namespace {
 
@@ -52,6 +53,16 @@ std::string splitPath(const std::string &path, unsigned speaker) {
     return path.substr(0, dot) + "." + speakerName(speaker) + path.substr(dot);
 }
 
+// The names of the files derive from this one: in /dev they would be ordinary files.
+void checkSplitBase(const std::string &path) {
+    std::error_code ignored;
+    const auto status = std::filesystem::status(path, ignored);
+    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+        throw conversion_error(path + ": is no regular file; --split-output names its files "
+                                      "after one");
+    }
+}
+
 // How the output file names its channels: as the input file does when the layout stays.
 std::vector<unsigned> outputPositions(const conversion_plan &plan, const file_layout &layout) {
     const bool kept = plan.output_mask == plan.input_mask && layout.mask == plan.input_mask;
@@ -75,6 +86,7 @@ void planTargets(conversion_plan &plan, const tool_options &options, const file_
     target.frame_count = plan.output_frames;
     const std::vector<unsigned> slots = slotSpeakers(plan.output_mask, plan.output_order);
     if (options.split_output) {
+        checkSplitBase(options.output);
         target.bytes.channels = 1;
         for (const unsigned speaker : slots) {
             target.path = splitPath(options.output, speaker);

@@ -82,6 +82,10 @@ std::string folderOf(const std::string &path) {
     return slash == 0 ? "/" : path.substr(0, slash);
 }
 
+conversion_error folderError(const std::string &path, const std::string &target) {
+    return systemError(path, "cannot write in the folder '" + folderOf(target) + "'");
+}
+
 // The permissions of the file that is replaced, or those of any new file.
 mode_t outputMode(const std::string &path) {
     struct stat status {};
@@ -120,8 +124,9 @@ void checkWritable(const std::string &path) {
             throw systemError(path, "cannot write");
         }
     }
-    if (!isSpecialFile(path) && access(folderOf(resolveLinks(path)).c_str(), W_OK | X_OK) != 0) {
-        throw systemError(path, "cannot write");
+    const std::string target = resolveLinks(path);
+    if (!isSpecialFile(path) && access(folderOf(target).c_str(), W_OK | X_OK) != 0) {
+        throw folderError(path, target);
     }
 }
 
@@ -136,7 +141,7 @@ temporary_file::temporary_file(const std::string &final_path)
     const blocked_signals blocked;
     file_descriptor = mkstemp(path.data());
     if (file_descriptor < 0) {
-        throw systemError(shown_path, "cannot write");
+        throw folderError(shown_path, target_path);
     }
     slot = claimSlot(path);
     fchmod(file_descriptor, outputMode(target_path));
