@@ -4,7 +4,6 @@
 #include "option_texts.h"
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <iostream>
 
 namespace {

@@ -24,7 +24,7 @@ std::string lengthText(const std::optional<uint64_t> &frames, uint32_t rate) {
     if (!frames) {
         return "of unknown length";
     }
-    return std::to_string(*frames) + " frames, " +
+    return std::to_string(*frames) + (*frames == 1 ? " frame, " : " frames, ") +
            clockText(static_cast<double>(*frames) / rate, true);
 }
 

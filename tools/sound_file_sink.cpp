@@ -4,7 +4,6 @@
 #include "temporary_file.h"
 #include "wav_header.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <sndfile.h>
