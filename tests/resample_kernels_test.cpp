@@ -75,7 +75,7 @@ protected:
         audio_converter_settings settings = {};
         settings.input_sample_rate = rates.input_rate;
         settings.output_sample_rate = rates.output_rate;
-        const size_t bytes = kernelTableBytes(detectCpuLevel(), settings);
+        const size_t bytes = kernelTableBytes(settings);
         ASSERT_LE(bytes, size_t{1} << 21);
         if (bytes != 0) {
             block_.reset(
