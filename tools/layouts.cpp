@@ -2,10 +2,10 @@
 
 #include "errors.h"
 
+#include <algorithm>
 #include <bit>
 #include <cctype>
 #include <charconv>
-#include <sstream>
 
 namespace {
 
@@ -25,21 +25,12 @@ constexpr named_layout NAMED_LAYOUTS[] = {
     {"quad", 0x33}, {"4.1", 0x3B},    {"5.0", 0x37}, {"5.1", 0x3F}, {"7.0", 0xF7}, {"7.1", 0xFF},
 };
 
-std::vector<std::string> splitAtCommas(const std::string &text) {
-    std::vector<std::string> parts;
-    std::istringstream stream(text);
-    for (std::string part; std::getline(stream, part, ',');) {
-        parts.push_back(part);
-    }
-    return parts;
-}
-
 uint32_t parseMask(const std::string &text) {
     uint32_t mask = 0;
     const char *end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data() + 2, end, mask, 16);
     if (error != std::errc() || stop != end || mask == 0 || mask > SPEAKER_BITS) {
-        throw usage_error("layout '" + text + "': a mask is 0x1 to 0xFF, one bit per speaker");
+        throw usage_error("'" + text + "': a mask is 0x1 to 0xFF, one bit per speaker");
     }
     return mask;
 }
@@ -47,19 +38,42 @@ uint32_t parseMask(const std::string &text) {
 order_map parseOrderNumbers(const std::vector<std::string> &parts, const std::string &text) {
     order_map order{};
     if (parts.size() != order.size()) {
-        throw usage_error("order '" + text + "': an order map has eight numbers");
+        throw usage_error("'" + text + "': an order map has eight numbers");
     }
     for (size_t k = 0; k < order.size(); ++k) {
         const char *end = parts[k].data() + parts[k].size();
         const auto [stop, error] = std::from_chars(parts[k].data(), end, order[k]);
         if (error != std::errc() || stop != end) {
-            throw usage_error("order '" + text + "': '" + parts[k] + "' is not a place");
+            throw usage_error("'" + text + "': '" + parts[k] + "' is not a place");
         }
+    }
+    order_map places = order;
+    std::ranges::sort(places);
+    const auto first = std::ranges::find_if(places, [](uint8_t place) { return place != 0; });
+    for (auto place = first; place != places.end(); ++place) {
+        if (*place != place - first + 1) {
+            throw usage_error("'" + text + "': places count from 1, each given once");
+        }
+    }
+    if (first == places.end()) {
+        throw usage_error("'" + text + "' gives no place");
     }
     return order;
 }
 
 } // namespace
+
+std::vector<std::string> splitAtCommas(const std::string &text) {
+    std::vector<std::string> parts(1);
+    for (const char letter : text) {
+        if (letter == ',') {
+            parts.emplace_back();
+        } else {
+            parts.back() += letter;
+        }
+    }
+    return parts;
+}
 
 const char *speakerName(unsigned speaker) {
     return SPEAKER_NAMES.at(speaker);
@@ -102,13 +116,13 @@ uint32_t parseLayout(const std::string &text) {
         try {
             bit = 1u << parseSpeaker(name);
         } catch (const usage_error &) {
-            throw usage_error("layout '" + text +
+            throw usage_error("'" + text +
                               "' is neither a name (mono stereo 2.1 3.0 3.1 "
                               "quad 4.1 5.0 5.1 7.0 7.1), nor speakers such as FL,FR,LFE, "
                               "nor a mask such as 0x3F");
         }
         if (mask & bit) {
-            throw usage_error("layout '" + text + "' names " + name + " twice");
+            throw usage_error("'" + text + "' names " + name + " twice");
         }
         mask |= bit;
     }
@@ -140,12 +154,9 @@ order_map parseOrder(const std::string &text) {
     for (const std::string &name : parts) {
         uint8_t &entry = order[parseSpeaker(name)];
         if (entry != 0) {
-            throw usage_error("order '" + text + "' names " + name + " twice");
+            throw usage_error("'" + text + "' names " + name + " twice");
         }
         entry = ++place;
-    }
-    if (place == 0) {
-        throw usage_error("an order needs at least one speaker");
     }
     return order;
 }

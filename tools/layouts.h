@@ -14,6 +14,9 @@ using order_map = std::array<uint8_t, AUDIO_MAX_CHANNELS>;
 // "FL" to "FRC" for the speaker bits 0 to 7.
 const char *speakerName(unsigned speaker);
 
+// The texts between commas, empty ones too.
+std::vector<std::string> splitAtCommas(const std::string &text);
+
 // The speaker bit of a name; throws usage_error for any other text.
 unsigned parseSpeaker(const std::string &text);
 

@@ -3,22 +3,26 @@
 #include "errors.h"
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <charconv>
 #include <limits>
-#include <sstream>
 
 namespace {
 
 struct named_format {
     const char *name;
     uint8_t format;
+    std::array<uint8_t, 4> depths;
+    const char *depths_text;
 };
 
 constexpr named_format FORMATS[] = {
-    {"pcm", AUDIO_FORMAT_PCM},         {"lpcm-paired", AUDIO_FORMAT_LPCM_PAIRED},
-    {"lpcm-be", AUDIO_FORMAT_LPCM_BE}, {"aes3", AUDIO_FORMAT_AES3},
-    {"float", AUDIO_FORMAT_FLOAT},
+    {"pcm", AUDIO_FORMAT_PCM, {8, 16, 24, 32}, "8, 16, 24 or 32"},
+    {"lpcm-paired", AUDIO_FORMAT_LPCM_PAIRED, {16, 20, 24}, "16, 20 or 24"},
+    {"lpcm-be", AUDIO_FORMAT_LPCM_BE, {16, 20, 24}, "16, 20 or 24"},
+    {"aes3", AUDIO_FORMAT_AES3, {16, 20, 24}, "16, 20 or 24"},
+    {"float", AUDIO_FORMAT_FLOAT, {32}, "32"},
 };
 
 struct named_type {
@@ -32,14 +36,16 @@ constexpr named_type TYPES[] = {
     {"raw", file_type::RAW},   {"pcm", file_type::RAW},  {"bin", file_type::RAW},
 };
 
+// Decimal digits alone.
 template <typename Integer>
-Integer parseNumber(const std::string &text, const std::string &option, uint64_t most) {
+Integer parseNumber(const std::string &text, const std::string &unit, uint64_t least,
+                    uint64_t most) {
     uint64_t value = 0;
     const char *end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, value);
-    if (error != std::errc() || stop != end || value > most) {
-        throw usage_error(option + ": '" + text + "' is not a number up to " +
-                          std::to_string(most));
+    if (error != std::errc() || stop != end || value < least || value > most) {
+        throw usage_error("'" + text + "' is not a whole number of " + unit + " from " +
+                          std::to_string(least) + " to " + std::to_string(most));
     }
     return static_cast<Integer>(value);
 }
@@ -52,7 +58,7 @@ uint8_t parseFormat(const std::string &text) {
             return known.format;
         }
     }
-    throw usage_error("format '" + text + "' is none of pcm, lpcm-paired, lpcm-be, aes3, float");
+    throw usage_error("'" + text + "' is none of pcm, lpcm-paired, lpcm-be, aes3, float");
 }
 
 file_type parseType(const std::string &text) {
@@ -61,7 +67,7 @@ file_type parseType(const std::string &text) {
             return known.type;
         }
     }
-    throw usage_error("type '" + text + "' is none of wav, aiff, caf, raw");
+    throw usage_error("'" + text + "' is none of wav, aiff, caf, raw");
 }
 
 file_type typeOfName(const std::string &path) {
@@ -92,41 +98,63 @@ file_type outputType(const tool_options &options) {
     return typeOfName(options.output);
 }
 
+void requireDepth(uint8_t format, unsigned bits) {
+    for (const named_format &known : FORMATS) {
+        if (known.format == format && std::ranges::find(known.depths, bits) == known.depths.end()) {
+            throw usage_error(std::string(known.name) + " samples have " + known.depths_text +
+                              " bits, not " + std::to_string(bits));
+        }
+    }
+}
+
 byte_format parseRawFormat(const std::string &text) {
-    std::vector<std::string> parts;
-    std::istringstream stream(text);
-    for (std::string part; std::getline(stream, part, ',');) {
-        parts.push_back(part);
-    }
+    const std::vector<std::string> parts = splitAtCommas(text);
     if (parts.size() != 4) {
-        throw usage_error("--raw: '" + text + "' is not FORMAT,BITS,CHANNELS,RATE");
+        throw usage_error("'" + text + "' is not FORMAT,BITS,CHANNELS,RATE");
     }
-    constexpr uint64_t MOST_RATE = std::numeric_limits<uint32_t>::max();
-    return {parseFormat(parts[0]), parseNumber<uint8_t>(parts[1], "--raw bits", 255),
-            parseNumber<uint8_t>(parts[2], "--raw channels", 255),
-            parseNumber<uint32_t>(parts[3], "--raw rate", MOST_RATE)};
+    const byte_format bytes{parseFormat(parts[0]), parseBits(parts[1]),
+                            parseNumber<uint8_t>(parts[2], " of channels", 1, AUDIO_MAX_CHANNELS),
+                            parseRate(parts[3])};
+    requireDepth(bytes.format, bytes.bits);
+    if (bytes.format == AUDIO_FORMAT_AES3 && bytes.channels % 2 != 0) {
+        throw usage_error("aes3 holds channels in pairs only");
+    }
+    return bytes;
+}
+
+uint32_t parseRate(const std::string &text) {
+    return parseNumber<uint32_t>(text, " of Hz", 1, std::numeric_limits<uint32_t>::max());
+}
+
+uint8_t parseBits(const std::string &text) {
+    for (const unsigned depth : {8, 16, 20, 24, 32}) {
+        if (text == std::to_string(depth)) {
+            return static_cast<uint8_t>(depth);
+        }
+    }
+    throw usage_error("'" + text + "' is none of 8, 16, 20, 24 or 32 bits");
+}
+
+uint32_t parseByteCount(const std::string &text) {
+    return parseNumber<uint32_t>(text, " of bytes", 1, 1 << 28);
 }
 
 split_input parseSplitInput(const std::string &text) {
     const size_t equals = text.find('=');
     if (equals == std::string::npos || equals + 1 == text.size()) {
-        throw usage_error("--split-input: '" + text + "' is not SPEAKER=FILE");
+        throw usage_error("'" + text + "' is not SPEAKER=FILE");
     }
     return {parseSpeaker(text.substr(0, equals)), text.substr(equals + 1)};
 }
 
 block_choice parseBlock(const std::string &text) {
-    constexpr uint64_t MOST_BYTES = 1 << 28;
     block_choice block;
     const std::string random = "random:";
     if (text.starts_with(random)) {
-        block.seed = parseNumber<uint64_t>(text.substr(random.size()), "--block seed",
-                                           std::numeric_limits<uint64_t>::max());
+        constexpr uint64_t MOST = std::numeric_limits<uint64_t>::max();
+        block.seed = parseNumber<uint64_t>(text.substr(random.size()), "", 0, MOST);
     } else {
-        block.byte_count = parseNumber<uint32_t>(text, "--block", MOST_BYTES);
-    }
-    if (block.byte_count == 0) {
-        throw usage_error("--block: a block has at least 1 byte");
+        block.byte_count = parseByteCount(text);
     }
     return block;
 }

@@ -1,4 +1,5 @@
-// Option values that are written as text of their own.
+// Option values that are written as text of their own. Every parser throws usage_error, and
+// its caller puts the option's name before the message.
 #pragma once
 
 #include "options.h"
@@ -8,6 +9,17 @@ byte_format parseRawFormat(const std::string &text);
 
 // "SPEAKER=FILE".
 split_input parseSplitInput(const std::string &text);
+
+// A sample rate in Hz.
+uint32_t parseRate(const std::string &text);
+
+// A depth that some format has.
+uint8_t parseBits(const std::string &text);
+
+uint32_t parseByteCount(const std::string &text);
+
+// Throws usage_error with the format's depths when `bits` is none of them.
+void requireDepth(uint8_t format, unsigned bits);
 
 // "N" or "random:SEED".
 block_choice parseBlock(const std::string &text);

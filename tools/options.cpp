@@ -1,10 +1,12 @@
 #include "options.h"
 
 #include "errors.h"
+#include "option_checks.h"
 #include "option_texts.h"
 
 #include <CLI/CLI.hpp>
 #include <iostream>
+#include <span>
 
 namespace {
 
@@ -12,9 +14,8 @@ namespace {
 struct option_texts {
     std::vector<std::string> files;
     std::vector<std::string> split_inputs;
-    std::string raw, in_layout, in_order, type, format, layout, out_order, block;
-    unsigned bits = 0;
-    uint32_t in_rate = 0, rate = 0;
+    std::string raw, in_layout, in_order, type, format, layout, out_order, bits, in_rate, rate;
+    std::string frame_size, block;
 };
 
 constexpr const char *DESCRIPTION =
@@ -116,13 +117,11 @@ private:
 
 void addInputOptions(CLI::App &app, option_texts &texts) {
     option_group group(app, "Input");
-    const CLI::Range any_rate(uint32_t{1}, UINT32_MAX);
     app.add_option("files", texts.files)->expected(0, 2);
     group.value("--raw", texts.raw, "FORMAT,BITS,CHANNELS,RATE", "INPUT is raw bytes");
     group.value("--in-layout", texts.in_layout, "LAYOUT", "the speakers of the input");
     group.value("--in-order", texts.in_order, "SPEAKERS", "their order in a frame");
-    group.value("--in-rate", texts.in_rate, "HZ", "its rate, whatever the file says")
-        ->check(any_rate);
+    group.value("--in-rate", texts.in_rate, "HZ", "its rate, whatever the file says");
     group
         .value("--split-input", texts.split_inputs, "SPEAKER=FILE",
                "one mono file; repeat it, leave INPUT out")
@@ -131,21 +130,16 @@ void addInputOptions(CLI::App &app, option_texts &texts) {
 
 void addOutputOptions(CLI::App &app, option_texts &texts, tool_options &options) {
     option_group group(app, "Output");
-    const CLI::Range any_rate(uint32_t{1}, UINT32_MAX);
-    const CLI::IsMember any_depth(std::vector<unsigned>{8, 16, 20, 24, 32});
     group.value("-t,--type", texts.type, "TYPE", "wav, aiff, caf or raw (default: by OUTPUT)");
     group.value("-f,--format", texts.format, "FORMAT", "sample format");
-    group.value("-b,--bits", texts.bits, "N", "bits of a sample: 8, 16, 20, 24 or 32")
-        ->check(any_depth);
-    group.value("-r,--rate", texts.rate, "HZ", "sample rate, 1 to 4294967295")->check(any_rate);
+    group.value("-b,--bits", texts.bits, "N", "bits of a sample: 8, 16, 20, 24 or 32");
+    group.value("-r,--rate", texts.rate, "HZ", "sample rate, 1 to 4294967295");
     group.value("-l,--layout", texts.layout, "LAYOUT", "the speakers of the output");
     group.value("--out-order", texts.out_order, "SPEAKERS", "their order in a frame");
     group.value("--matrix", options.matrix_path, "FILE", "mixing gains from a text file");
     group.flag("--split-output", options.split_output,
                "one mono file per speaker: NAME.FL.wav ...");
-    group
-        .value("--frame-size", options.frame_size, "BYTES", "most bytes of a write (default 65536)")
-        ->check(CLI::Range(1u, 1u << 28));
+    group.value("--frame-size", texts.frame_size, "BYTES", "most bytes of a write (default 65536)");
     group.value("--block", texts.block, "BYTES", "bytes of an input call (default 65536)");
 }
 
@@ -171,6 +165,27 @@ std::string versionText() {
            ", " + platform.data();
 }
 
+// "--option=value": CLI11 takes the next word for an empty value and numbers for flags.
+void checkAttachedValues(const CLI::App &app, std::span<char *> arguments) {
+    for (const std::string word : arguments) {
+        if (word == "--") {
+            return;
+        }
+        const size_t equals = word.find('=');
+        const std::string name = word.substr(0, equals);
+        const CLI::Option *option = app.get_option_no_throw(name);
+        if (!name.starts_with("--") || equals == std::string::npos || option == nullptr) {
+            continue;
+        }
+        if (option->get_expected_min() == 0) {
+            throw usage_error(name + " takes no value");
+        }
+        if (equals + 1 == word.size()) {
+            throw usage_error(name + ": the value is empty");
+        }
+    }
+}
+
 void placeFiles(const option_texts &texts, tool_options &options) {
     const bool split = !texts.split_inputs.empty();
     const std::vector<std::string> &files = texts.files;
@@ -189,77 +204,34 @@ void placeFiles(const option_texts &texts, tool_options &options) {
 }
 
 template <typename Target, typename Parser>
-void understandText(const std::string &text, Target &target, Parser parse) {
-    if (!text.empty()) {
+void understandText(const char *option, const std::string &text, Target &target, Parser parse) {
+    if (text.empty()) {
+        return;
+    }
+    try {
         target = parse(text);
+    } catch (const usage_error &error) {
+        throw usage_error(std::string(option) + ": " + error.what());
     }
 }
 
 void understand(const option_texts &texts, tool_options &options) {
     placeFiles(texts, options);
     for (const std::string &text : texts.split_inputs) {
-        options.split_inputs.push_back(parseSplitInput(text));
+        understandText("--split-input", text, options.split_inputs.emplace_back(), parseSplitInput);
     }
-    understandText(texts.raw, options.raw, parseRawFormat);
-    understandText(texts.in_layout, options.input_mask, parseLayout);
-    understandText(texts.in_order, options.input_order, parseOrder);
-    understandText(texts.type, options.type, parseType);
-    understandText(texts.format, options.format, parseFormat);
-    understandText(texts.layout, options.output_mask, parseLayout);
-    understandText(texts.out_order, options.output_order, parseOrder);
-    understandText(texts.block, options.block, parseBlock);
-    if (texts.in_rate != 0) {
-        options.input_rate = texts.in_rate;
-    }
-    if (texts.rate != 0) {
-        options.rate = texts.rate;
-    }
-    if (texts.bits != 0) {
-        options.bits = static_cast<uint8_t>(texts.bits);
-    }
-}
-
-void checkInputs(const tool_options &options) {
-    uint32_t split_mask = 0;
-    for (const split_input &split : options.split_inputs) {
-        if (split_mask >> split.speaker & 1) {
-            throw usage_error(std::string("--split-input: two files for ") +
-                              speakerName(split.speaker));
-        }
-        split_mask |= 1u << split.speaker;
-    }
-    if (split_mask != 0 && (options.input_mask || options.input_order)) {
-        throw usage_error("--split-input names the speakers: no --in-layout, no --in-order");
-    }
-    const bool has_input = !options.input.empty() || split_mask != 0;
-    if (!has_input && options.show_matrix && !options.input_mask && !options.raw) {
-        throw usage_error("--show-matrix needs INPUT, --raw or --in-layout");
-    }
-    if (!has_input && options.show_filter && !options.input_rate && !options.raw) {
-        throw usage_error("--show-filter needs INPUT, --raw or --in-rate");
-    }
-    if (!has_input && !options.show_matrix && !options.show_filter) {
-        throw usage_error("no INPUT");
-    }
-}
-
-void checkOutputs(const tool_options &options) {
-    const bool reports_only =
-        options.info || options.show_matrix || options.show_filter || options.dry_run;
-    if (options.output.empty() && !reports_only) {
-        throw usage_error("no OUTPUT");
-    }
-    if (options.split_output && options.output == "-") {
-        throw usage_error("--split-output writes several files: standard output is one");
-    }
-    const file_type type = outputType(options);
-    const uint8_t format = options.format.value_or(AUDIO_FORMAT_PCM);
-    if (type != file_type::RAW && format != AUDIO_FORMAT_PCM && format != AUDIO_FORMAT_FLOAT) {
-        throw usage_error("--format: sound files hold pcm or float; use --type raw");
-    }
-    if (format == AUDIO_FORMAT_AES3 && options.split_output) {
-        throw usage_error("--split-output: aes3 holds channels in pairs only");
-    }
+    understandText("--raw", texts.raw, options.raw, parseRawFormat);
+    understandText("--in-layout", texts.in_layout, options.input_mask, parseLayout);
+    understandText("--in-order", texts.in_order, options.input_order, parseOrder);
+    understandText("--type", texts.type, options.type, parseType);
+    understandText("--format", texts.format, options.format, parseFormat);
+    understandText("--layout", texts.layout, options.output_mask, parseLayout);
+    understandText("--out-order", texts.out_order, options.output_order, parseOrder);
+    understandText("--block", texts.block, options.block, parseBlock);
+    understandText("--in-rate", texts.in_rate, options.input_rate, parseRate);
+    understandText("--rate", texts.rate, options.rate, parseRate);
+    understandText("--bits", texts.bits, options.bits, parseBits);
+    understandText("--frame-size", texts.frame_size, options.frame_size, parseByteCount);
 }
 
 } // namespace
@@ -282,6 +254,7 @@ std::optional<tool_options> parseOptions(int argument_count, char **arguments) {
     app.set_help_flag("-h,--help", "this text")->group("Reports");
     app.set_version_flag("--version", versionText(), "the version")->group("Reports");
     try {
+        checkAttachedValues(app, std::span(arguments, static_cast<size_t>(argument_count)));
         app.parse(argument_count, arguments);
     } catch (const CLI::CallForHelp &) {
         std::cout << app.help() << std::flush;
@@ -293,7 +266,6 @@ std::optional<tool_options> parseOptions(int argument_count, char **arguments) {
         throw usage_error(error.what());
     }
     understand(texts, options);
-    checkInputs(options);
-    checkOutputs(options);
+    checkOptions(options);
     return options;
 }
