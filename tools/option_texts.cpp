@@ -44,7 +44,7 @@ Integer parseNumber(const std::string &text, const std::string &unit, uint64_t l
     const char *end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, value);
     if (error != std::errc() || stop != end || value < least || value > most) {
-        throw usage_error("'" + text + "' is not a whole number of " + unit + " from " +
+        throw usage_error("'" + text + "' is not a whole number" + unit + " from " +
                           std::to_string(least) + " to " + std::to_string(most));
     }
     return static_cast<Integer>(value);
