@@ -122,7 +122,7 @@ uint32_t parseLayout(const std::string &text) {
                               "nor a mask such as 0x3F");
         }
         if (mask & bit) {
-            throw usage_error("'" + text + "' names " + name + " twice");
+            throw usage_error(name + " is named twice");
         }
         mask |= bit;
     }
@@ -154,7 +154,7 @@ order_map parseOrder(const std::string &text) {
     for (const std::string &name : parts) {
         uint8_t &entry = order[parseSpeaker(name)];
         if (entry != 0) {
-            throw usage_error("'" + text + "' names " + name + " twice");
+            throw usage_error(name + " is named twice");
         }
         entry = ++place;
     }
