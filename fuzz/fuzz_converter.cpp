@@ -15,6 +15,7 @@ namespace {
 
 constexpr size_t LARGEST_BLOCK_BYTES = 4 << 20; // more is refused, as in a small machine
 constexpr uint32_t LARGEST_UNIT_BYTES = 64;     // a pair of frames of eight channels
+constexpr uint32_t AMPLE_ROOM = 8 << 16;        // the largest frame size, for every channel
 constexpr int LARGEST_WAIT_PASSES = 20;         // a stream without room gives null after these
 
 // The input, byte by byte; zeros behind its end.
@@ -105,7 +106,7 @@ struct stream_behaviour {
         case 3:
             return 17u + kind * 3u;
         default:
-            return UINT32_MAX;
+            return AMPLE_ROOM;
         }
     }
     bool refuses(size_t committed_chunks) {
