@@ -1,3 +1,5 @@
+#include "kinds.h"
+
 #include "codec/codec_dispatch.h"
 #include "mixer/mix_forms.h"
 #include "mixer/mix_matrix_design.h"
@@ -47,29 +49,7 @@ void reportEach(benchmark::State &state, double samples_per_iteration) {
         Counter(samples_per_iteration, Counter::kIsIterationInvariantRate | Counter::kInvert);
 }
 
-struct codec_row {
-    const char *name;
-    uint8_t format;
-    uint8_t bits;
-};
-
-constexpr codec_row CODECS[] = {
-    {"pcm8", AUDIO_FORMAT_PCM, 8},
-    {"pcm16", AUDIO_FORMAT_PCM, 16},
-    {"pcm24", AUDIO_FORMAT_PCM, 24},
-    {"pcm32", AUDIO_FORMAT_PCM, 32},
-    {"paired20", AUDIO_FORMAT_LPCM_PAIRED, 20},
-    {"paired24", AUDIO_FORMAT_LPCM_PAIRED, 24},
-    {"be16", AUDIO_FORMAT_LPCM_BE, 16},
-    {"be20", AUDIO_FORMAT_LPCM_BE, 20},
-    {"be24", AUDIO_FORMAT_LPCM_BE, 24},
-    {"aes16", AUDIO_FORMAT_AES3, 16},
-    {"aes20", AUDIO_FORMAT_AES3, 20},
-    {"aes24", AUDIO_FORMAT_AES3, 24},
-    {"float", AUDIO_FORMAT_FLOAT, 32},
-};
-
-void benchDecode(benchmark::State &state, codec_row row, cpu_level level, uint8_t channels) {
+void benchDecode(benchmark::State &state, sample_kind row, cpu_level level, uint8_t channels) {
     channel_noise out(FRAMES);
     const std::vector<uint8_t> in(size_t{FRAMES} * channels * 4, 0x35);
     const decode_function decode = chooseDecoder(level, row.format, channels, row.bits);
@@ -80,7 +60,7 @@ void benchDecode(benchmark::State &state, codec_row row, cpu_level level, uint8_
     reportEach(state, FRAMES * channels);
 }
 
-void benchEncode(benchmark::State &state, codec_row row, cpu_level level, uint8_t channels) {
+void benchEncode(benchmark::State &state, sample_kind row, cpu_level level, uint8_t channels) {
     const channel_noise in(FRAMES);
     std::vector<uint8_t> out(size_t{FRAMES} * channels * 4);
     const encode_function encode = chooseEncoder(level, row.format, channels, row.bits);
@@ -180,7 +160,7 @@ std::string nameOf(const char *group, const char *row, unsigned channels, int fo
 }
 
 void registerCodecs(cpu_level highest) {
-    for (const codec_row &row : CODECS) {
+    for (const sample_kind &row : KINDS) {
         for (const uint8_t channels : {uint8_t{2}, uint8_t{6}, uint8_t{8}}) {
             for (int form = PLAIN; form <= highest; ++form) {
                 const auto level = static_cast<cpu_level>(form);

@@ -1,37 +1,13 @@
 #include "rows.h"
 
+#include "kinds.h"
+
 namespace {
 
 using block_list = std::vector<std::size_t>;
 
 constexpr std::size_t RACE_BLOCK = 1024;
 const block_list OWN_BLOCKS = {64, 256, 4096, 65536};
-
-struct sample_kind {
-    const char *name;
-    uint8_t format;
-    uint8_t bits;
-};
-
-constexpr sample_kind PCM32 = {"pcm32", AUDIO_FORMAT_PCM, 32};
-
-// Every format in every depth that it allows.
-constexpr sample_kind KINDS[] = {
-    {"pcm8", AUDIO_FORMAT_PCM, 8},
-    {"pcm16", AUDIO_FORMAT_PCM, 16},
-    {"pcm24", AUDIO_FORMAT_PCM, 24},
-    PCM32,
-    {"paired16", AUDIO_FORMAT_LPCM_PAIRED, 16},
-    {"paired20", AUDIO_FORMAT_LPCM_PAIRED, 20},
-    {"paired24", AUDIO_FORMAT_LPCM_PAIRED, 24},
-    {"be16", AUDIO_FORMAT_LPCM_BE, 16},
-    {"be20", AUDIO_FORMAT_LPCM_BE, 20},
-    {"be24", AUDIO_FORMAT_LPCM_BE, 24},
-    {"aes16", AUDIO_FORMAT_AES3, 16},
-    {"aes20", AUDIO_FORMAT_AES3, 20},
-    {"aes24", AUDIO_FORMAT_AES3, 24},
-    {"float", AUDIO_FORMAT_FLOAT, 32},
-};
 
 constexpr rate_pair RATE_PAIRS[] = {
     {44100, 48000}, {48000, 44100}, {48000, 96000}, {96000, 48000}, {48000, 8000}, {192000, 44100},
