@@ -33,5 +33,6 @@ lintian --allow-root --fail-on error,warning "$work"/*.deb
 if [ -n "$tool_build" ]; then
     makePackages "$tool_build" tool
     expectFile zt-audio-convert bin/zt-audio-convert
+    expectFile zt-audio-convert 'share/man/man1/zt-audio-convert\.1\.gz'
     lintian --allow-root --fail-on error "$work"/zt-audio-convert_*.deb
 fi
