@@ -26,7 +26,7 @@ struct rate_case {
     uint32_t output_rate;
 };
 
-// Neighbouring samples (M up to 32), rounds with and without a kernel table, L of every size.
+// Stretches of rounds (M up to 32), rounds with and without a kernel table, L of every size.
 constexpr rate_case RATES[] = {
     {"cd_to_dat", 44100, 48000},
     {"dat_to_cd", 48000, 44100},

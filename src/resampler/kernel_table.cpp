@@ -30,7 +30,7 @@ size_t kernelTableBytes(const audio_converter_settings &settings) {
     const uint64_t rows = kernelTableRows(up, down);
     const uint64_t groups = divideUp(up, PHASES_PER_GROUP);
     const uint64_t bytes = groups * rows * PHASES_PER_GROUP * sizeof(double);
-    if (down <= LARGEST_NEIGHBOUR_STEP || up < PHASES_PER_GROUP || rows > MOST_ROWS ||
+    if (down <= LARGEST_STRETCHED_STEP || up < PHASES_PER_GROUP || rows > MOST_ROWS ||
         bytes > LARGEST_KERNEL_TABLE_BYTES) {
         return 0;
     }

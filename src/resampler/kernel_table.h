@@ -16,9 +16,9 @@
 
 constexpr uint32_t PHASES_PER_GROUP = 8;
 
-// Up to this M the vector forms lay neighbouring input samples side by side and read
-// `resampler_state::filter`; there is no private copy.
-constexpr uint32_t LARGEST_NEIGHBOUR_STEP = 32;
+// Up to this M the vector forms walk stretches of many rounds and read `resampler_state::filter`;
+// there is no private copy.
+constexpr uint32_t LARGEST_STRETCHED_STEP = 32;
 
 // Rows of one group; L and M nonzero.
 uint64_t kernelTableRows(uint64_t up, uint64_t down);

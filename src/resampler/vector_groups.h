@@ -47,6 +47,7 @@ void filterGroupPhases(const double *table, const double *samples, size_t rows, 
             sum[p][v] = V::zero();
         }
     }
+#pragma GCC unroll 4
     for (size_t row = 0; row < rows; ++row) {
         typename V::vector sample[VECTORS];
         for (unsigned v = 0; v < VECTORS; ++v) {
@@ -73,7 +74,7 @@ void filterRoundsInGroups(const resample_job &job, const phase_plan &plan, uint6
                           unsigned lanes, double *scratch) {
     constexpr unsigned PHASES = SUMS_IN_FLIGHT * V::LANES / WIDTH;
     lane_places<WIDTH> places;
-    placeLanes(job, plan, first_lane, lanes, places);
+    placeLanes(job, plan, SINGLE_ROUNDS, first_lane, lanes, places);
     group_window window = {};
     while (window.end * PHASES_PER_GROUP < plan.up) {
         window = openWindow(plan, window.end, plan.up, SCRATCH_DOUBLES / WIDTH);
@@ -124,6 +125,7 @@ void filterGroups(const phase_plan &plan, const group_window &window, const doub
             sum[g][v] = V::zero();
         }
     }
+#pragma GCC unroll 4
     for (size_t row = 0; row < plan.group_rows; ++row) {
         for (unsigned g = 0; g < GROUPS; ++g) {
             const typename V::vector sample = V::spread(samples[g][row]);

@@ -2,28 +2,14 @@
 
 #include "resampler/resample_channel.h"
 #include "resampler/vector_groups.h"
-#include "resampler/vector_neighbours.h"
 #include "resampler/vector_rounds.h"
+#include "resampler/vector_stretches.h"
 
 // Shared by the vector forms; internal linkage, see vector_phases.h.
 //
 // A form V is a vector of doubles with NARROWEST, the lanes of the narrowest tile; GROUPS, the
 // groups of phases in flight; and FEW_LANES, up to which lanes run faster group by group.
 namespace {
-
-template <typename V>
-void runNeighbours(const resample_job &job, const phase_plan &plan, uint64_t rounds,
-                   double *scratch) {
-    neighbour_columns columns;
-    layOut(plan, scratch, columns);
-    const uint64_t most = mostNeighbours<V>(columns);
-    for (unsigned c = 0; c < job.state->channels; ++c) {
-        for (uint64_t round = 0; round < rounds; round += most) {
-            filterNeighbours<V>(plan, columns, job.inputs[c] + round * plan.down,
-                                job.outputs[c] + round * plan.up, smaller(most, rounds - round));
-        }
-    }
-}
 
 // Without a kernel table, fewer lanes than this run faster one after the other: a tile of them is
 // mostly empty, or its rounds are too short to pay for the gathering.
@@ -98,9 +84,9 @@ uint64_t runForm(const resample_job &job) {
     const phase_plan plan = makePlan(job);
     const uint64_t rounds = job.outputs_per_channel / plan.up;
     const uint64_t left = job.outputs_per_channel % plan.up;
-    if (plan.down <= LARGEST_NEIGHBOUR_STEP) {
+    if (plan.down <= LARGEST_STRETCHED_STEP) {
         if (rounds != 0) {
-            runNeighbours<V>(job, plan, rounds, scratch);
+            runStretches<V>(job, plan, rounds, scratch);
         }
         return rounds * plan.up;
     }

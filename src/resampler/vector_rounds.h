@@ -21,18 +21,14 @@ void filterRounds(const resample_job &job, const phase_plan &plan, uint64_t firs
                   unsigned lanes, double *scratch) {
     constexpr unsigned ROWS = SCRATCH_DOUBLES / WIDTH;
     lane_places<WIDTH> places;
-    placeLanes(job, plan, first_lane, lanes, places);
-    uint32_t offsets[ROWS];
-    for (unsigned row = 0; row < ROWS; ++row) {
-        offsets[row] = row * WIDTH;
-    }
+    placeLanes(job, plan, SINGLE_ROUNDS, first_lane, lanes, places);
     phase_cursor cursor = {};
     while (cursor.phase < plan.up) {
         const uint64_t first = cursor.first;
         const uint64_t end = smaller(plan.up, (first + ROWS - TAPS - 1) * plan.up / plan.down + 1);
         gatherRows<V>(places, first, samplesUnder(plan, end) - first, scratch);
-        const lane_tile tile = {scratch, offsets, first, places.destinations, lanes};
-        filterTile<V, WIDTH, false>(plan, tile, cursor, end);
+        const lane_tile tile = {scratch, first, places.destinations, lanes};
+        filterTile<V, WIDTH>(plan, tile, cursor, end);
     }
 }
 
