@@ -136,5 +136,5 @@ struct avx512_vector {
 codec_pair chooseCodecAvx512(uint8_t format, uint8_t channels, uint8_t bits) {
     return format == AUDIO_FORMAT_AES3
                ? chooseAes3<avx512_vector>(channels, bits)
-               : rowCodec<avx512_vector, float_rows<avx512_vector>>(channels);
+               : rowCodec<avx512_vector, float_rows<avx512_vector>, PLAIN_FLOAT>(channels);
 }

@@ -1,6 +1,5 @@
 #include "codec/codec_dispatch.h"
 
-#include "codec/codec.h"
 #include "codec/codec_vector.h"
 
 namespace {
@@ -8,15 +7,15 @@ namespace {
 codec_pair choosePlain(uint8_t format) {
     switch (format) {
     case AUDIO_FORMAT_LPCM_PAIRED:
-        return {decodeLpcmPaired, encodeLpcmPaired};
+        return PLAIN_LPCM_PAIRED;
     case AUDIO_FORMAT_LPCM_BE:
-        return {decodeLpcmBe, encodeLpcmBe};
+        return PLAIN_LPCM_BE;
     case AUDIO_FORMAT_AES3:
-        return {decodeAes3Frames, encodeAes3Frames};
+        return PLAIN_AES3;
     case AUDIO_FORMAT_FLOAT:
-        return {decodeFloat, encodeFloat};
+        return PLAIN_FLOAT;
     default:
-        return {decodePcm, encodePcm};
+        return PLAIN_PCM;
     }
 }
 

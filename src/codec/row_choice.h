@@ -11,13 +11,13 @@ template <typename V>
 codec_pair choosePcm(unsigned channels, unsigned bits) {
     switch (bits) {
     case 8:
-        return rowCodec<V, pcm8_rows<V>>(channels);
+        return rowCodec<V, pcm8_rows<V>, PLAIN_PCM>(channels);
     case 24:
-        return rowCodec<V, shuffled_rows<V, pcm24_order>>(channels);
+        return rowCodec<V, shuffled_rows<V, pcm24_order>, PLAIN_PCM>(channels);
     case 32:
-        return rowCodec<V, pcm32_rows<V>>(channels);
+        return rowCodec<V, pcm32_rows<V>, PLAIN_PCM>(channels);
     default:
-        return rowCodec<V, shuffled_rows<V, pcm16_order>>(channels);
+        return rowCodec<V, shuffled_rows<V, pcm16_order>, PLAIN_PCM>(channels);
     }
 }
 
@@ -25,11 +25,11 @@ template <typename V>
 codec_pair chooseLpcmBe(unsigned channels, unsigned bits) {
     switch (bits) {
     case 20:
-        return rowCodec<V, be20_rows<V>>(channels);
+        return rowCodec<V, be20_rows<V>, PLAIN_LPCM_BE>(channels);
     case 24:
-        return rowCodec<V, shuffled_rows<V, be24_order>>(channels);
+        return rowCodec<V, shuffled_rows<V, be24_order>, PLAIN_LPCM_BE>(channels);
     default:
-        return rowCodec<V, shuffled_rows<V, be16_order>>(channels);
+        return rowCodec<V, shuffled_rows<V, be16_order>, PLAIN_LPCM_BE>(channels);
     }
 }
 
@@ -41,7 +41,7 @@ codec_pair chooseLpcmPaired(unsigned channels, unsigned bits) {
     case 24:
         return pairedCodec<V, paired24<V>>(channels);
     default:
-        return rowCodec<V, shuffled_rows<V, be16_order>, 2>(channels);
+        return rowCodec<V, shuffled_rows<V, be16_order>, PLAIN_LPCM_PAIRED, 2>(channels);
     }
 }
 
@@ -49,11 +49,11 @@ template <typename V>
 codec_pair chooseAes3(unsigned channels, unsigned bits) {
     switch (bits) {
     case 20:
-        return rowCodec<V, aes3_rows<V, 20>>(channels);
+        return rowCodec<V, aes3_rows<V, 20>, PLAIN_AES3>(channels);
     case 24:
-        return rowCodec<V, aes3_rows<V, 24>>(channels);
+        return rowCodec<V, aes3_rows<V, 24>, PLAIN_AES3>(channels);
     default:
-        return rowCodec<V, aes3_rows<V, 16>>(channels);
+        return rowCodec<V, aes3_rows<V, 16>, PLAIN_AES3>(channels);
     }
 }
 
@@ -68,7 +68,7 @@ codec_pair chooseCodec(uint8_t format, unsigned channels, unsigned bits) {
     case AUDIO_FORMAT_AES3:
         return chooseAes3<V>(channels, bits);
     case AUDIO_FORMAT_FLOAT:
-        return rowCodec<V, float_rows<V>>(channels);
+        return rowCodec<V, float_rows<V>, PLAIN_FLOAT>(channels);
     default:
         return choosePcm<V>(channels, bits);
     }

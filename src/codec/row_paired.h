@@ -143,7 +143,7 @@ struct tile_codec {
 
     static void decode(const channel_pointers &out, const uint8_t *in, uint32_t samples,
                        uint8_t channels, uint8_t /*bits*/) {
-        const decode_function deinterleave = rowCodec<V, pcm32_rows<V>>(channels).decode;
+        const decode_function deinterleave = rowCodec<V, pcm32_rows<V>, PLAIN_PCM>(channels).decode;
         const group_layout<Depth> layout(channels);
         alignas(64) int32_t tile[TILE_SAMPLES];
         channel_pointers behind;
@@ -160,7 +160,7 @@ struct tile_codec {
 
     static void encode(const channel_pointers &in, uint8_t *out, uint32_t samples, uint8_t channels,
                        uint8_t /*bits*/) {
-        const encode_function interleave = rowCodec<V, pcm32_rows<V>>(channels).encode;
+        const encode_function interleave = rowCodec<V, pcm32_rows<V>, PLAIN_PCM>(channels).encode;
         const group_layout<Depth> layout(channels);
         alignas(64) int32_t tile[TILE_SAMPLES];
         channel_pointers behind;
@@ -188,9 +188,10 @@ codec_pair pairedCodec(unsigned channels) {
     using stereo_rows = typename Depth::template rows<2>;
     switch (channels) {
     case 1:
-        return codecPair<row_codec<mono_rows, mono_kernel<V, mono_rows>, 2>>();
+        return codecPair<row_codec<mono_rows, mono_kernel<V, mono_rows>, PLAIN_LPCM_PAIRED, 2>>();
     case 2:
-        return codecPair<row_codec<stereo_rows, stereo_kernel<V, stereo_rows>, 2>>();
+        return codecPair<
+            row_codec<stereo_rows, stereo_kernel<V, stereo_rows>, PLAIN_LPCM_PAIRED, 2>>();
     default:
         return codecPair<tile_codec<V, Depth>>();
     }
