@@ -1,5 +1,6 @@
 #pragma once
 
+#include "codec/codec_dispatch.h"
 #include "cpu_level.h"
 #include "zt_trans_audio_converter.h"
 
@@ -25,6 +26,16 @@ struct resampler_state {
     uint32_t filter_length; // 40 * up_factor + 1
     uint32_t history;       // input samples of context on either side of an output
     double *filter;         // filter_length coefficients, owned
+};
+
+// How output is cut and shared out among the attached streams.
+struct output_plan {
+    encode_function encode;  // of what one stream carries
+    uint32_t shares;         // frame size and room are divided by it; slots below it are written
+    uint32_t unit;           // frames that travel together: 2 for the LPCM formats
+    uint32_t largest_block;  // samples whose bytes may be asked for at once
+    uint32_t largest_chunk;  // samples that the frame size allows; 0: nothing can be written
+    uint8_t stream_channels; // that one stream carries
 };
 
 // One conversion. The instance owns every array it points to; all come from its `malloc` and go
@@ -63,6 +74,9 @@ struct audio_converter {
     host_free free;
 
     bufstream *out_streams[AUDIO_MAX_CHANNELS]; // slot 0 alone: interleaved output
+
+    decode_function decode; // of what one call brings; fixed at creation
+    output_plan output;     // settled anew whenever a stream is attached
 
     // Positions of `work` that refer to a channel_input array and do not own it.
     uint8_t work_borrowed[AUDIO_MAX_CHANNELS];

@@ -3,6 +3,7 @@
 #include "api/printers.h"
 #include "api/settings.h"
 #include "mixer/mixer.h"
+#include "pipeline/output_plan.h"
 #include "resampler/resampler.h"
 
 #include <cstdlib>
@@ -40,6 +41,14 @@ void markInputChannelsActive(audio_converter &converter) {
     }
 }
 
+decode_function chooseInputDecoder(const audio_converter &converter) {
+    const audio_converter_settings &settings = converter.settings;
+    const uint8_t channels =
+        settings.input_separate_channels != 0 ? uint8_t{1} : settings.input_channels;
+    return chooseDecoder(converter.level, settings.input_format, channels,
+                         settings.input_bits_per_sample);
+}
+
 int32_t attachStream(audio_converter &converter, bufstream *stream, unsigned slot, bool separate) {
     if ((converter.settings.output_separate_channels != 0) != separate) {
         converter.err_printf(MIXED_MODES_TEXT);
@@ -50,6 +59,7 @@ int32_t attachStream(audio_converter &converter, bufstream *stream, unsigned slo
         return 1;
     }
     converter.out_streams[slot] = stream;
+    planOutput(converter);
     markInputChannelsActive(converter);
     return 0;
 }
@@ -89,6 +99,7 @@ audio_converter *audioConverterNew(callback_lookup lookup,
     takeCallbacks(*converter, lookup);
     converter->settings = effective;
     converter->level = detectCpuLevel();
+    converter->decode = chooseInputDecoder(*converter);
     mixerSetup(*converter);
     if (resamplerSetup(*converter) != 0) {
         audioConverterFree(converter);

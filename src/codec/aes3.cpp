@@ -1,7 +1,6 @@
 #include "codec/aes3.h"
 
 #include "codec/aes3_header.h"
-#include "codec/codec_dispatch.h"
 
 #include <algorithm>
 
@@ -18,8 +17,8 @@ uint32_t framesInBlock(int32_t frame_remaining, uint32_t frame_bytes) {
 } // namespace
 
 uint32_t decodeAes3(const channel_pointers &out, const uint8_t *in, uint32_t &byte_count,
-                    uint8_t channels, uint8_t bits, int32_t &frame_remaining, cpu_level level) {
-    const decode_function decode_frames = chooseDecoder(level, AUDIO_FORMAT_AES3, channels, bits);
+                    uint8_t channels, uint8_t bits, int32_t &frame_remaining,
+                    decode_function decode_frames) {
     const uint32_t frame_bytes = aes3FrameBytes(channels, bits);
     uint32_t decoded = 0;
     while (byte_count != 0) {
@@ -54,8 +53,8 @@ uint32_t decodeAes3(const channel_pointers &out, const uint8_t *in, uint32_t &by
 }
 
 void encodeAes3(const channel_pointers &in, uint8_t *out, uint32_t samples, uint8_t channels,
-                uint8_t bits, cpu_level level) {
+                uint8_t bits, encode_function encode_frames) {
     const uint32_t payload = samples * aes3FrameBytes(channels, bits);
     out += writeAes3Header(out, bits, channels, payload);
-    chooseEncoder(level, AUDIO_FORMAT_AES3, channels, bits)(in, out, samples, channels, bits);
+    encode_frames(in, out, samples, channels, bits);
 }

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "codec/channel_pointers.h"
-#include "cpu_level.h"
+#include "codec/codec_dispatch.h"
 
 // AES3 in SMPTE 302M packing: blocks of a 4-byte header and whole frames.
 
@@ -14,8 +13,9 @@
 // the call with 0: samples decoded before it in this call are not reported, it and everything
 // behind it stay unconsumed, and frame_remaining is 0 or below.
 uint32_t decodeAes3(const channel_pointers &out, const uint8_t *in, uint32_t &byte_count,
-                    uint8_t channels, uint8_t bits, int32_t &frame_remaining, cpu_level level);
+                    uint8_t channels, uint8_t bits, int32_t &frame_remaining,
+                    decode_function decode_frames);
 
 // Writes one block: the header, then the frames. The payload must stay below 65,536 bytes.
 void encodeAes3(const channel_pointers &in, uint8_t *out, uint32_t samples, uint8_t channels,
-                uint8_t bits, cpu_level level);
+                uint8_t bits, encode_function encode_frames);

@@ -21,14 +21,14 @@ uint32_t samplesIn(uint32_t bytes, uint32_t format, uint32_t channels, uint32_t 
     }
     switch (format) {
     case AUDIO_FORMAT_LPCM_PAIRED:
-        return bytes * 8 / bits / (2 * channels) * 2;
+        return bytes * 8 / (2 * channels * bits) * 2;
     case AUDIO_FORMAT_LPCM_BE:
-        return (bits == 20 ? bytes / 3 : bytes * 8 / bits) / (2 * channels) * 2;
+        return (bits == 20 ? bytes / (6 * channels) : bytes * 8 / (2 * channels * bits)) * 2;
     case AUDIO_FORMAT_AES3:
         // A header never makes up a whole frame of 40 bits or more, so it need not be subtracted.
         return bytes * 8 / ((bits + AES3_EXTRA_BITS) * channels);
     default:
-        return bytes * 8 / bits / channels;
+        return bytes * 8 / (channels * bits);
     }
 }
 

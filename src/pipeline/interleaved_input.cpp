@@ -1,7 +1,6 @@
 #include "api/buffers.h"
 #include "codec/aes3.h"
 #include "codec/aes3_header.h"
-#include "codec/codec_dispatch.h"
 #include "mixer/mixer.h"
 #include "pipeline/messages.h"
 #include "pipeline/output_writer.h"
@@ -86,10 +85,9 @@ uint32_t decodeInterleaved(audio_converter &converter, const input_bytes &input,
     uint32_t left = input.count;
     if (format == AUDIO_FORMAT_AES3) {
         samples = decodeAes3(behind, input.data, left, channels, bits,
-                             converter.aes3_frame_remaining, converter.level);
+                             converter.aes3_frame_remaining, converter.decode);
     } else {
-        const decode_function decode = chooseDecoder(converter.level, format, channels, bits);
-        decode(behind, input.data, samples, channels, bits);
+        converter.decode(behind, input.data, samples, channels, bits);
         left -= audioConverterSamplesToBytes(samples, format, channels, bits);
     }
     tail.data = input.data + (input.count - left);

@@ -1,5 +1,4 @@
 #include "api/buffers.h"
-#include "codec/codec_dispatch.h"
 #include "pipeline/channel_inputs.h"
 #include "pipeline/messages.h"
 #include "pipeline/output_writer.h"
@@ -35,9 +34,7 @@ uint32_t decodeOneChannel(audio_converter &converter, const uint8_t *bytes, uint
     }
     if (samples != 0) {
         const channel_pointers behind = {converter.channel_input[channel] + count};
-        const decode_function decode =
-            chooseDecoder(converter.level, settings.input_format, 1, bits);
-        decode(behind, bytes, samples, 1, bits);
+        converter.decode(behind, bytes, samples, 1, bits);
     }
     count += samples;
     converter.largest_channel_block = std::max(converter.largest_channel_block, samples);
