@@ -7,9 +7,10 @@
 namespace {
 
 // A vector of doubles for the forms that are written once for all instruction sets, one rounding
-// to each operation. storeDoubles converts four samples. storeTruncated gives -2147483648 for
-// what leaves the 32-bit range or is not a number; storeSaturated, for numbers, gives the nearest
-// limit: below the range, the truncation itself does.
+// to each operation. loadSamples converts as many samples as there are lanes, storeDoubles four.
+// storeTruncated gives -2147483648 for what leaves the 32-bit range or is not a number;
+// storeSaturated, for numbers, gives the nearest limit: below the range, the truncation itself
+// does.
 struct avx2_doubles {
     using vector = __m256d;
     using mask = __m256d;
@@ -53,6 +54,9 @@ struct avx2_doubles {
     }
     static vector choose(mask a, vector where_set, vector where_clear) {
         return _mm256_blendv_pd(where_clear, where_set, a);
+    }
+    static vector loadSamples(const int32_t *samples) {
+        return _mm256_cvtepi32_pd(_mm_loadu_si128(reinterpret_cast<const __m128i *>(samples)));
     }
     static void storeDoubles(double *values, __m128i samples) {
         _mm256_storeu_pd(values, _mm256_cvtepi32_pd(samples));

@@ -7,9 +7,10 @@
 namespace {
 
 // A vector of doubles for the forms that are written once for all instruction sets, one rounding
-// to each operation. storeDoubles converts four samples. storeTruncated gives -2147483648 for
-// what leaves the 32-bit range or is not a number; storeSaturated, for numbers, gives the nearest
-// limit: below the range, the truncation itself does.
+// to each operation. loadSamples converts as many samples as there are lanes, storeDoubles four.
+// storeTruncated gives -2147483648 for what leaves the 32-bit range or is not a number;
+// storeSaturated, for numbers, gives the nearest limit: below the range, the truncation itself
+// does.
 struct avx512_doubles {
     using vector = __m512d;
     using mask = __mmask8;
@@ -56,6 +57,10 @@ struct avx512_doubles {
     }
     static vector choose(mask a, vector where_set, vector where_clear) {
         return _mm512_mask_blend_pd(a, where_clear, where_set);
+    }
+    static vector loadSamples(const int32_t *samples) {
+        const auto *eight = reinterpret_cast<const __m256i *>(samples);
+        return _mm512_maskz_cvtepi32_pd(ALL, _mm256_loadu_si256(eight));
     }
     static void storeDoubles(double *values, __m128i samples) {
         _mm256_storeu_pd(values, _mm256_cvtepi32_pd(samples));

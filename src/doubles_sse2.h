@@ -7,9 +7,10 @@
 namespace {
 
 // A vector of doubles for the forms that are written once for all instruction sets, one rounding
-// to each operation. storeDoubles converts four samples. storeTruncated gives -2147483648 for
-// what leaves the 32-bit range or is not a number; storeSaturated, for numbers, gives the nearest
-// limit: below the range, the truncation itself does.
+// to each operation. loadSamples converts as many samples as there are lanes, storeDoubles four.
+// storeTruncated gives -2147483648 for what leaves the 32-bit range or is not a number;
+// storeSaturated, for numbers, gives the nearest limit: below the range, the truncation itself
+// does.
 struct sse2_doubles {
     using vector = __m128d;
     static constexpr unsigned LANES = 2;
@@ -23,11 +24,17 @@ struct sse2_doubles {
     static vector load(const double *values) {
         return _mm_loadu_pd(values);
     }
+    static void store(double *values, vector a) {
+        _mm_storeu_pd(values, a);
+    }
     static vector add(vector a, vector b) {
         return _mm_add_pd(a, b);
     }
     static vector multiply(vector a, vector b) {
         return _mm_mul_pd(a, b);
+    }
+    static vector loadSamples(const int32_t *samples) {
+        return _mm_cvtepi32_pd(_mm_loadl_epi64(reinterpret_cast<const __m128i *>(samples)));
     }
     static void storeDoubles(double *values, __m128i samples) {
         _mm_storeu_pd(values, _mm_cvtepi32_pd(samples));

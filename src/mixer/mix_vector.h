@@ -3,13 +3,15 @@
 #include "mixer/mix_forms.h"
 
 #include <cstddef>
-#include <emmintrin.h>
+#include <cstring>
 
 // Shared by the vector forms. Everything has internal linkage: each instruction set's unit owns
 // its copy, compiled for that set. Lanes are frames.
 namespace {
 
-constexpr unsigned MIX_VECTORS = 4; // of frames in a tile
+// Of frames in a tile: so many sums in flight hide the latency of an addition. The loops over them
+// are unrolled, which keeps the sums in registers.
+constexpr unsigned MIX_VECTORS = 8;
 
 // The gains that count, output by output, inputs ascending. A gain of zero is left out: samples
 // are finite, so its product is +0.0 or -0.0, which adds nothing to a sum that began at +0.0.
@@ -56,6 +58,7 @@ void planMix(mix_plan &plan, const gain_matrix &matrix, unsigned inputs, unsigne
 template <typename V>
 void mixOutput(const mix_plan &plan, const mix_tile<V> &tile, unsigned output, int32_t *samples) {
     typename V::vector sums[MIX_VECTORS];
+#pragma GCC unroll 8
     for (unsigned v = 0; v < MIX_VECTORS; ++v) {
         sums[v] = V::zero();
     }
@@ -63,12 +66,21 @@ void mixOutput(const mix_plan &plan, const mix_tile<V> &tile, unsigned output, i
         const mix_term &term = plan.terms[output][t];
         const typename V::vector gain = V::spread(term.gain);
         const double *input = tile.samples[term.input];
+#pragma GCC unroll 8
         for (unsigned v = 0; v < MIX_VECTORS; ++v) {
             sums[v] = V::add(sums[v], V::multiply(V::load(input + v * V::LANES), gain));
         }
     }
+#pragma GCC unroll 8
     for (unsigned v = 0; v < MIX_VECTORS; ++v) {
         V::storeTruncated(samples + v * V::LANES, sums[v]);
+    }
+}
+
+template <typename V>
+void readInput(mix_tile<V> &tile, unsigned input, const int32_t *samples) {
+    for (unsigned s = 0; s < tile.FRAMES; s += V::LANES) {
+        V::store(tile.samples[input] + s, V::loadSamples(samples + s));
     }
 }
 
@@ -77,11 +89,7 @@ void mixWholeTile(const mix_plan &plan, mix_tile<V> &tile, const channel_pointer
                   size_t frame) {
     for (unsigned i = 0; i < plan.inputs; ++i) {
         if (plan.input_used[i]) {
-            for (unsigned s = 0; s < tile.FRAMES; s += 4) {
-                V::storeDoubles(
-                    tile.samples[i] + s,
-                    _mm_loadu_si128(reinterpret_cast<const __m128i *>(channels[i] + frame + s)));
-            }
+            readInput<V>(tile, i, channels[i] + frame);
         }
     }
     for (unsigned o = 0; o < plan.outputs; ++o) {
@@ -93,17 +101,14 @@ void mixWholeTile(const mix_plan &plan, mix_tile<V> &tile, const channel_pointer
 template <typename V>
 void mixPartOfTile(const mix_plan &plan, mix_tile<V> &tile, const channel_pointers &channels,
                    size_t frame, size_t frames) {
+    int32_t samples[mix_tile<V>::FRAMES] = {};
     for (unsigned i = 0; i < plan.inputs; ++i) {
-        for (size_t s = 0; s < tile.FRAMES; ++s) {
-            tile.samples[i][s] = s < frames ? channels[i][frame + s] : 0.0;
-        }
+        memcpy(samples, channels[i] + frame, frames * sizeof *samples);
+        readInput<V>(tile, i, samples);
     }
     for (unsigned o = 0; o < plan.outputs; ++o) {
-        int32_t samples[mix_tile<V>::FRAMES];
         mixOutput<V>(plan, tile, o, samples);
-        for (size_t s = 0; s < frames; ++s) {
-            channels[o][frame + s] = samples[s];
-        }
+        memcpy(channels[o] + frame, samples, frames * sizeof *samples);
     }
 }
 

@@ -46,7 +46,7 @@ uint32_t reservePass(const output_writer &writer, output_pass &pass) {
     // More than the largest block is never asked for at once, so that its bytes fit in 32 bits.
     const uint32_t block = std::min(writer.pending, plan.largest_block);
     const uint32_t want = bytesOf(writer, block);
-    pass.samples = std::min(block - block % plan.unit, plan.largest_chunk);
+    pass.samples = std::min(block & ~(plan.unit - 1), plan.largest_chunk);
     for (unsigned slot = 0; slot < plan.shares; ++slot) {
         bufstream *stream = writer.converter.out_streams[slot];
         if (stream == nullptr) {
