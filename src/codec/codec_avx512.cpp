@@ -106,18 +106,19 @@ struct avx512_vector {
             _mm512_shuffle_ps(_mm512_castsi512_ps(a), _mm512_castsi512_ps(b), 0xdd));
     }
 
+    // Outside the range, and for what is not a number, the truncation gives the lowest sample.
     static __m256i scaleToSamples(__m256 values) {
-        const __m512d scaled =
-            _mm512_mul_pd(_mm512_cvtps_pd(values), _mm512_set1_pd(FLOAT_FULL_SCALE));
-        // Below the range, the truncation itself gives the lowest sample.
-        return _mm512_cvttpd_epi32(_mm512_min_pd(scaled, _mm512_set1_pd(HIGHEST_SAMPLE)));
+        const __m512d scale = _mm512_set1_pd(FLOAT_FULL_SCALE);
+        return _mm512_cvttpd_epi32(_mm512_mul_pd(_mm512_cvtps_pd(values), scale));
     }
     static vec fromFloat(vec bits) {
-        const __m512 any = _mm512_castsi512_ps(bits);
-        const __m512 values = _mm512_maskz_mov_ps(_mm512_cmp_ps_mask(any, any, _CMP_ORD_Q), any);
+        const __m512 values = _mm512_castsi512_ps(bits);
+        const __mmask16 numbers = _mm512_cmp_ps_mask(values, values, _CMP_ORD_Q);
+        const __mmask16 above = _mm512_cmp_ps_mask(values, _mm512_set1_ps(1.0f), _CMP_GT_OQ);
         const __m256i low = scaleToSamples(_mm512_castps512_ps256(values));
         const __m256i high = scaleToSamples(_mm512_extractf32x8_ps(values, 1));
-        return _mm512_inserti64x4(_mm512_castsi256_si512(low), high, 1);
+        const vec samples = _mm512_maskz_inserti32x8(numbers, _mm512_castsi256_si512(low), high, 1);
+        return _mm512_mask_mov_epi32(samples, above, all32(INT32_MAX));
     }
     static __m256i scaleToFloat(__m256i samples) {
         const __m512d scale = _mm512_set1_pd(1 / FLOAT_FULL_SCALE);
