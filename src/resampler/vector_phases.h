@@ -17,7 +17,7 @@ struct phase_plan {
     uint64_t part_step;  // down % up
     const double *filter;
     const double *kernel_table; // or null
-    size_t group_rows;          // of the kernel table
+    size_t group_rows;          // of the kernel table; 0 without
 };
 
 struct phase_cursor {
@@ -35,7 +35,7 @@ phase_plan makePlan(const resample_job &job) {
     plan.part_step = plan.down % plan.up;
     plan.filter = state.filter;
     plan.kernel_table = job.kernel_table;
-    plan.group_rows = kernelTableRows(plan.up, plan.down);
+    plan.group_rows = job.kernel_table == nullptr ? 0 : kernelTableRows(plan.up, plan.down);
     return plan;
 }
 
@@ -47,6 +47,11 @@ uint64_t firstSampleOf(const phase_plan &plan, uint64_t phase) {
 uint64_t samplesUnder(const phase_plan &plan, uint64_t phases) {
     const uint64_t end = firstSampleOf(plan, phases - 1) + TAPS;
     return end > TAPS ? end : end + 1;
+}
+
+// The same of a whole round.
+uint64_t samplesUnderRound(const phase_plan &plan) {
+    return plan.down - plan.whole_step + TAPS + (plan.up == 1 ? 1 : 0);
 }
 
 void advance(const phase_plan &plan, phase_cursor &cursor) {

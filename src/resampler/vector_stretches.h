@@ -15,6 +15,7 @@
 namespace {
 
 constexpr unsigned STRETCHES = 8; // lanes
+constexpr unsigned STRETCHES_LOG2 = 3;
 constexpr uint64_t STRETCH_ROWS = SCRATCH_DOUBLES / STRETCHES;
 constexpr uint64_t CHUNK_ROWS = SUMS_PER_CHUNK / STRETCHES;
 
@@ -24,17 +25,24 @@ struct stretch_cut {
     uint64_t stretches; // of one channel
 };
 
+// Input samples that a stretch of rounds spans.
+uint64_t rowsOf(const phase_plan &plan, uint64_t length) {
+    return (length - 1) * plan.down + samplesUnderRound(plan);
+}
+
 // As few stretches as fill whole tiles and leave each short enough for the scratch.
 stretch_cut cutRounds(const phase_plan &plan, unsigned channels, uint64_t rounds) {
-    const uint64_t longest = (STRETCH_ROWS - samplesUnder(plan, plan.up)) / plan.down + 1;
-    uint64_t step = STRETCHES;
-    while (step > 1 && step / 2 * channels % STRETCHES == 0) {
-        step /= 2;
+    unsigned shift = STRETCHES_LOG2;
+    while (shift > 0 && (channels << (shift - 1)) % STRETCHES == 0) {
+        --shift;
     }
-    const uint64_t fewest = (rounds + longest - 1) / longest;
-    const uint64_t wanted = (fewest + step - 1) / step * step;
-    const uint64_t length = (rounds + wanted - 1) / wanted;
-    return {length, (rounds + length - 1) / length};
+    uint64_t length = ((rounds - 1) >> shift) + 1;
+    if (rowsOf(plan, length) > STRETCH_ROWS) {
+        const uint64_t longest = (STRETCH_ROWS - samplesUnderRound(plan)) / plan.down + 1;
+        const uint64_t stretches = ((length - 1) / longest + 1) << shift;
+        length = (rounds - 1) / stretches + 1;
+    }
+    return {length, (rounds - 1) / length + 1};
 }
 
 // The sums of PHASES phases, from the cursor's on, in ROUNDS rounds: the rows of a round `stride`
@@ -170,7 +178,7 @@ void runStretches(const resample_job &job, const phase_plan &plan, uint64_t roun
                   double *scratch) {
     const stretch_cut cut = cutRounds(plan, job.state->channels, rounds);
     const lane_numbering numbering = {cut.length, rounds - cut.length};
-    const uint64_t rows = (cut.length - 1) * plan.down + samplesUnder(plan, plan.up);
+    const uint64_t rows = rowsOf(plan, cut.length);
     const uint64_t all = cut.stretches * job.state->channels;
     for (uint64_t lane = 0; lane < all; lane += STRETCHES) {
         const auto lanes = static_cast<unsigned>(smaller(STRETCHES, all - lane));
