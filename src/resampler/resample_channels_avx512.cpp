@@ -7,6 +7,7 @@ struct avx512_form : avx512_doubles {
     static constexpr unsigned NARROWEST = 8;
     static constexpr unsigned GROUPS = 5;
     static constexpr unsigned FEW_LANES = 2;
+    static constexpr unsigned MOST_GROUP_ROWS = 80;
 };
 
 } // namespace

@@ -7,6 +7,7 @@ struct sse2_form : sse2_doubles {
     static constexpr unsigned NARROWEST = 4;
     static constexpr unsigned GROUPS = 2;
     static constexpr unsigned FEW_LANES = 2;
+    static constexpr unsigned MOST_GROUP_ROWS = 60;
 };
 
 } // namespace

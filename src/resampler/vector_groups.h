@@ -67,6 +67,19 @@ void filterGroupPhases(const double *table, const double *samples, size_t rows, 
     }
 }
 
+// The rows of a group in which its phases first .. last have coefficients: in every group a phase
+// starts phase * M / L rows down, rounded up or down.
+struct phase_rows {
+    uint64_t begin;
+    uint64_t end;
+};
+
+phase_rows rowsOfPhases(const phase_plan &plan, uint64_t first, uint64_t last) {
+    const uint64_t taps = first == 0 ? TAPS + 1 : TAPS;
+    return {first * plan.down / plan.up,
+            smaller(firstSampleOf(plan, last) + taps, plan.group_rows)};
+}
+
 // Whole rounds; lanes are rounds and channels. The scratch holds one row of all lanes for every
 // input sample.
 template <typename V, unsigned WIDTH>
@@ -75,6 +88,10 @@ void filterRoundsInGroups(const resample_job &job, const phase_plan &plan, uint6
     constexpr unsigned PHASES = SUMS_IN_FLIGHT * V::LANES / WIDTH;
     lane_places<WIDTH> places;
     placeLanes(job, plan, SINGLE_ROUNDS, first_lane, lanes, places);
+    phase_rows rows[PHASES_PER_GROUP / PHASES];
+    for (unsigned p = 0; p < PHASES_PER_GROUP; p += PHASES) {
+        rows[p / PHASES] = rowsOfPhases(plan, p, p + PHASES - 1);
+    }
     group_window window = {};
     while (window.end * PHASES_PER_GROUP < plan.up) {
         window = openWindow(plan, window.end, plan.up, SCRATCH_DOUBLES / WIDTH);
@@ -86,8 +103,10 @@ void filterRoundsInGroups(const resample_job &job, const phase_plan &plan, uint6
             alignas(64) int32_t sums[PHASES_PER_GROUP * WIDTH];
             const double *samples = scratch + rowOf(plan, window, group) * WIDTH;
             for (unsigned p = 0; p < PHASES_PER_GROUP; p += PHASES) {
-                filterGroupPhases<V, WIDTH, PHASES>(tableOf(plan, group) + p, samples,
-                                                    plan.group_rows, sums + p * WIDTH);
+                const auto [begin, end] = rows[p / PHASES];
+                filterGroupPhases<V, WIDTH, PHASES>(
+                    tableOf(plan, group) + begin * PHASES_PER_GROUP + p, samples + begin * WIDTH,
+                    end - begin, sums + p * WIDTH);
             }
             const uint64_t phase = group * PHASES_PER_GROUP;
             scatter(sums, WIDTH, smaller(PHASES_PER_GROUP, plan.up - phase), places.destinations,

@@ -8,7 +8,9 @@
 // Shared by the vector forms; internal linkage, see vector_phases.h.
 //
 // A form V is a vector of doubles with NARROWEST, the lanes of the narrowest tile; GROUPS, the
-// groups of phases in flight; and FEW_LANES, up to which lanes run faster group by group.
+// groups of phases in flight; FEW_LANES, up to which lanes run faster group by group; and
+// MOST_GROUP_ROWS, beyond which the zeros among a group's taps cost more than to walk its phases
+// one by one.
 namespace {
 
 // Without a kernel table, fewer lanes than this run faster one after the other: a tile of them is
@@ -38,10 +40,8 @@ void runSingleLane(const resample_job &job, const phase_plan &plan, uint64_t lan
 template <typename V, unsigned WIDTH>
 unsigned runTileOf(const resample_job &job, const phase_plan &plan, uint64_t lane, uint64_t left,
                    double *scratch) {
-    // More zeros between the taps than this cost more than phases walked one by one.
-    constexpr size_t MOST_GROUP_ROWS = TAPS + TAPS / 2;
     const auto lanes = static_cast<unsigned>(smaller(left, WIDTH));
-    if (plan.kernel_table != nullptr && plan.group_rows <= MOST_GROUP_ROWS) {
+    if (plan.kernel_table != nullptr && plan.group_rows <= V::MOST_GROUP_ROWS) {
         filterRoundsInGroups<V, WIDTH>(job, plan, lane, lanes, scratch);
     } else {
         filterRounds<V, WIDTH>(job, plan, lane, lanes, scratch);
