@@ -239,7 +239,7 @@ struct aes3_rows {
         return V::oddFrom(a, V::bitAnd(b, V::all32(static_cast<uint32_t>(A_MASK << A_SHIFT))));
     }
 
-    static vec pack(vec samples) {
+    [[gnu::always_inline]] static vec pack(vec samples) {
         const vec a = V::bitAnd(V::template shiftRight64<A_SHIFT>(samples), V::all64(A_MASK));
         const vec b = V::bitAnd(V::template shiftRight64<B_SHIFT>(samples), V::all64(B_MASK));
         const vec groups = V::bitOr(V::bitOr(a, b), V::all64(MARKS));

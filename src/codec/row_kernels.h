@@ -92,7 +92,7 @@ inline void storeRow(uint8_t *bytes, __m128i row) {
 
 // Turns four rows of every lane into four channels, and back.
 template <typename V>
-inline void transpose(typename V::vec (&v)[4]) {
+[[gnu::always_inline]] inline void transpose(typename V::vec (&v)[4]) {
     const typename V::vec low01 = V::interleaveLow32(v[0], v[1]);
     const typename V::vec low23 = V::interleaveLow32(v[2], v[3]);
     const typename V::vec high01 = V::interleaveHigh32(v[0], v[1]);
