@@ -23,7 +23,7 @@ namespace {
 constexpr uint32_t FRAMES = 1024;
 constexpr cpu_level PLAIN = CPU_SSE2; // the codecs' lowest level is the plain form
 
-constexpr std::array LEVEL_NAMES = {"sse2", "avx2", "avx512"};
+constexpr std::array LEVEL_NAMES = {"sse2", "ssse3", "avx2", "avx512"};
 
 // Noise for eight channels, with the slack that a filter reads beyond a block.
 struct channel_noise {
@@ -176,6 +176,9 @@ void registerCodecs(cpu_level highest) {
 
 void registerFilters(cpu_level highest) {
     for (int form = -1; form <= highest; ++form) {
+        if (form == CPU_SSSE3) {
+            continue; // the codecs alone have forms for it
+        }
         for (const mix_row &row : MIXES) {
             benchmark::RegisterBenchmark(nameOf("mix", row.name, row.inputs, form).c_str(),
                                          benchMix, row, form);

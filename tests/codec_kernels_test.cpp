@@ -55,7 +55,7 @@ std::string nameOf(const testing::TestParamInfo<codec_case> &info) {
 
 std::vector<cpu_level> vectorLevels() {
     std::vector<cpu_level> levels;
-    for (const cpu_level level : {CPU_AVX2, CPU_AVX512}) {
+    for (const cpu_level level : {CPU_SSSE3, CPU_AVX2, CPU_AVX512}) {
         if (level <= detectCpuLevel()) {
             levels.push_back(level);
         }

@@ -23,8 +23,11 @@ codec_pair choosePair(cpu_level level, uint8_t format, uint8_t channels, uint8_t
     const bool is_aes3 = format == AUDIO_FORMAT_AES3;
     const bool has_vector_form =
         channels >= 1 && channels <= AUDIO_MAX_CHANNELS && !(is_aes3 && channels % 2 != 0);
-    if (level < CPU_AVX2 || !has_vector_form) {
+    if (level < CPU_SSSE3 || !has_vector_form) {
         return choosePlain(format);
+    }
+    if (level < CPU_AVX2) {
+        return chooseCodecSsse3(format, channels, bits);
     }
     if (level >= CPU_AVX512 && (is_aes3 || format == AUDIO_FORMAT_FLOAT)) {
         return chooseCodecAvx512(format, channels, bits);

@@ -19,6 +19,7 @@ inline constexpr codec_pair PLAIN_FLOAT = {decodeFloat, encodeFloat};
 
 // The vector forms, for processors that have the instruction set. 1 to 8 channels, an even count
 // for AES3.
+codec_pair chooseCodecSsse3(uint8_t format, uint8_t channels, uint8_t bits);
 codec_pair chooseCodecAvx2(uint8_t format, uint8_t channels, uint8_t bits);
 
 // AES3 and float alone: the other formats hardly compute and gain nothing from the width.
