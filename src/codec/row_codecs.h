@@ -27,15 +27,14 @@ struct row_codec {
         const size_t last = frames - Kernel::FRAMES;
         size_t frame = frames % Kernel::FRAMES;
         if (frame != 0) {
-            Kernel(out, channels).template decode<true>(0, in);
+            decodeExactly(out, 0, in, channels);
             in += bytesOf(frame, channels);
         }
-#pragma GCC unroll 2
         for (; frame < last; frame += Kernel::FRAMES) {
             kernel.template decode<false>(frame, in);
             in += bytesOf(Kernel::FRAMES, channels);
         }
-        Kernel(out, channels).template decode<true>(last, in);
+        decodeExactly(out, last, in, channels);
     }
 
     static void encode(const channel_pointers &in, uint8_t *out, uint32_t samples, uint8_t channels,
@@ -48,18 +47,27 @@ struct row_codec {
         const size_t last = frames - Kernel::FRAMES;
         size_t frame = frames % Kernel::FRAMES;
         if (frame != 0) {
-            Kernel(in, channels).template encode<true>(0, out);
+            encodeExactly(in, 0, out, channels);
             out += bytesOf(frame, channels);
         }
-#pragma GCC unroll 2
         for (; frame < last; frame += Kernel::FRAMES) {
             kernel.template encode<false>(frame, out);
             out += bytesOf(Kernel::FRAMES, channels);
         }
-        Kernel(in, channels).template encode<true>(last, out);
+        encodeExactly(in, last, out, channels);
     }
 
 private:
+    // Once in the code, however often it is used.
+    [[gnu::noinline]] static void decodeExactly(const channel_pointers &out, size_t frame,
+                                                const uint8_t *in, unsigned channels) {
+        Kernel(out, channels).template decode<true>(frame, in);
+    }
+    [[gnu::noinline]] static void encodeExactly(const channel_pointers &in, size_t frame,
+                                                uint8_t *out, unsigned channels) {
+        Kernel(in, channels).template encode<true>(frame, out);
+    }
+
     static size_t bytesOf(size_t frames, size_t channels) {
         return frames * channels * Rows::BYTES / ROW_SAMPLES;
     }

@@ -81,9 +81,10 @@ inline void storeWhole(uint8_t *bytes, __m128i row) {
     }
 }
 
-template <typename Rows, bool EXACT, unsigned BYTES = Rows::BYTES>
-inline void storeRow(uint8_t *bytes, __m128i row) {
-    if constexpr (EXACT) {
+// A row of a lane. Those of the last lane of an EXACT step take their BYTES bytes alone.
+template <typename V, typename Rows, bool EXACT, unsigned BYTES = Rows::BYTES>
+inline void storeRow(uint8_t *bytes, __m128i row, unsigned lane) {
+    if (EXACT && lane == V::LANES - 1) {
         memcpy(bytes, &row, BYTES);
     } else {
         storeWhole<wholeBytes(Rows::BYTES)>(bytes, row);
@@ -103,27 +104,39 @@ template <typename V>
     v[3] = V::interleaveHigh64(high01, high23);
 }
 
+// With one and two channels, four frames of every lane take so few cycles that a jump after them
+// shows: a step is two of these, its halves.
+constexpr unsigned HALVES = 2;
+
 // One channel: a row is four frames.
 template <typename V, typename Rows>
 class mono_kernel {
+    static constexpr size_t HALF_FRAMES = 4 * V::LANES;
+    static constexpr size_t HALF_BYTES = V::LANES * Rows::BYTES;
+
 public:
-    static constexpr size_t FRAMES = 4 * V::LANES;
+    static constexpr size_t FRAMES = HALVES * HALF_FRAMES;
 
     mono_kernel(const channel_pointers &channels, unsigned /*count*/) : samples_(channels[0]) {
     }
 
     template <bool EXACT>
-    void decode(size_t frame, const uint8_t *in) const {
-        V::store(samples_ + frame, loadRows<V, Rows, EXACT>(in, Rows::BYTES));
+    [[gnu::always_inline]] void decode(size_t frame, const uint8_t *in) const {
+        for (unsigned half = 0; half < HALVES; ++half) {
+            V::store(samples_ + frame + half * HALF_FRAMES,
+                     loadRows<V, Rows, EXACT>(in + half * HALF_BYTES, Rows::BYTES));
+        }
     }
 
     template <bool EXACT>
-    void encode(size_t frame, uint8_t *out) const {
-        __m128i lanes[V::LANES];
-        V::split(Rows::pack(V::load(samples_ + frame)), lanes);
-        for (const __m128i &row : lanes) {
-            storeRow<Rows, EXACT>(out, row);
-            out += Rows::BYTES;
+    [[gnu::always_inline]] void encode(size_t frame, uint8_t *out) const {
+        for (unsigned half = 0; half < HALVES; ++half) {
+            __m128i lanes[V::LANES];
+            V::split(Rows::pack(V::load(samples_ + frame + half * HALF_FRAMES)), lanes);
+            for (unsigned lane = 0; lane < V::LANES; ++lane) {
+                storeRow<V, Rows, EXACT>(out, lanes[lane], lane);
+                out += Rows::BYTES;
+            }
         }
     }
 
@@ -134,33 +147,41 @@ private:
 // Two channels: a row is two frames.
 template <typename V, typename Rows>
 class stereo_kernel {
+    static constexpr size_t HALF_FRAMES = 4 * V::LANES;
+    static constexpr size_t HALF_BYTES = 2 * V::LANES * Rows::BYTES;
+
 public:
-    static constexpr size_t FRAMES = 4 * V::LANES;
+    static constexpr size_t FRAMES = HALVES * HALF_FRAMES;
 
     stereo_kernel(const channel_pointers &channels, unsigned /*count*/)
         : left_(channels[0]), right_(channels[1]) {
     }
 
     template <bool EXACT>
-    void decode(size_t frame, const uint8_t *in) const {
-        const typename V::vec first = loadRows<V, Rows, EXACT>(in, 2 * Rows::BYTES);
-        const typename V::vec second = loadRows<V, Rows, EXACT>(in + Rows::BYTES, 2 * Rows::BYTES);
-        V::store(left_ + frame, V::evens32(first, second));
-        V::store(right_ + frame, V::odds32(first, second));
+    [[gnu::always_inline]] void decode(size_t frame, const uint8_t *in) const {
+        for (unsigned half = 0; half < HALVES; ++half) {
+            const uint8_t *rows = in + half * HALF_BYTES;
+            const auto first = loadRows<V, Rows, EXACT>(rows, 2 * Rows::BYTES);
+            const auto second = loadRows<V, Rows, EXACT>(rows + Rows::BYTES, 2 * Rows::BYTES);
+            V::store(left_ + frame + half * HALF_FRAMES, V::evens32(first, second));
+            V::store(right_ + frame + half * HALF_FRAMES, V::odds32(first, second));
+        }
     }
 
     template <bool EXACT>
-    void encode(size_t frame, uint8_t *out) const {
-        const typename V::vec left = V::load(left_ + frame);
-        const typename V::vec right = V::load(right_ + frame);
-        __m128i first[V::LANES];
-        __m128i second[V::LANES];
-        V::split(Rows::pack(V::interleaveLow32(left, right)), first);
-        V::split(Rows::pack(V::interleaveHigh32(left, right)), second);
-        for (unsigned i = 0; i < V::LANES; ++i) {
-            storeRow<Rows, EXACT>(out, first[i]);
-            storeRow<Rows, EXACT>(out + Rows::BYTES, second[i]);
-            out += 2 * Rows::BYTES;
+    [[gnu::always_inline]] void encode(size_t frame, uint8_t *out) const {
+        for (unsigned half = 0; half < HALVES; ++half) {
+            const auto left = V::load(left_ + frame + half * HALF_FRAMES);
+            const auto right = V::load(right_ + frame + half * HALF_FRAMES);
+            __m128i first[V::LANES];
+            __m128i second[V::LANES];
+            V::split(Rows::pack(V::interleaveLow32(left, right)), first);
+            V::split(Rows::pack(V::interleaveHigh32(left, right)), second);
+            for (unsigned lane = 0; lane < V::LANES; ++lane) {
+                storeRow<V, Rows, EXACT>(out, first[lane], lane);
+                storeRow<V, Rows, EXACT>(out + Rows::BYTES, second[lane], lane);
+                out += 2 * Rows::BYTES;
+            }
         }
     }
 
@@ -229,17 +250,17 @@ public:
     }
 
     template <bool EXACT>
-    void decode(size_t frame, const uint8_t *in) const {
+    [[gnu::always_inline]] void decode(size_t frame, const uint8_t *in) const {
         decodeQuad<V, Rows, EXACT, FRAME_BYTES>(quad_, frame, in, FRAME_BYTES);
     }
 
     template <bool EXACT>
-    void encode(size_t frame, uint8_t *out) const {
+    [[gnu::always_inline]] void encode(size_t frame, uint8_t *out) const {
         __m128i rows[4][V::LANES];
         encodeQuad<V, Rows>(quad_, frame, rows);
         for (unsigned lane = 0; lane < V::LANES; ++lane) {
             for (unsigned i = 0; i < 4; ++i) {
-                storeRow<Rows, EXACT, FRAME_BYTES>(out, rows[i][lane]);
+                storeRow<V, Rows, EXACT, FRAME_BYTES>(out, rows[i][lane], lane);
                 out += FRAME_BYTES;
             }
         }
@@ -270,7 +291,7 @@ public:
     }
 
     template <bool EXACT>
-    void decode(size_t frame, const uint8_t *in) const {
+    [[gnu::always_inline]] void decode(size_t frame, const uint8_t *in) const {
         vec row[LANE_ROWS];
         for (unsigned i = 0; i < LANE_ROWS; ++i) {
             row[i] = loadRows<V, Rows, EXACT>(in + i * Rows::BYTES, LANE_ROWS * Rows::BYTES);
@@ -285,7 +306,7 @@ public:
     }
 
     template <bool EXACT>
-    void encode(size_t frame, uint8_t *out) const {
+    [[gnu::always_inline]] void encode(size_t frame, uint8_t *out) const {
         vec v[4];
         loadQuad<V>(first_, frame, v);
         transpose<V>(v);
@@ -302,7 +323,7 @@ public:
         }
         for (unsigned lane = 0; lane < V::LANES; ++lane) {
             for (unsigned i = 0; i < LANE_ROWS; ++i) {
-                storeRow<Rows, EXACT>(out, rows[i][lane]);
+                storeRow<V, Rows, EXACT>(out, rows[i][lane], lane);
                 out += Rows::BYTES;
             }
         }
@@ -327,21 +348,21 @@ public:
     }
 
     template <bool EXACT>
-    void decode(size_t frame, const uint8_t *in) const {
+    [[gnu::always_inline]] void decode(size_t frame, const uint8_t *in) const {
         decodeQuad<V, Rows, EXACT, Rows::BYTES>(first_, frame, in, frame_bytes_);
         decodeQuad<V, Rows, EXACT, Rows::BYTES>(second_, frame, in + second_row_, frame_bytes_);
     }
 
     template <bool EXACT>
-    void encode(size_t frame, uint8_t *out) const {
+    [[gnu::always_inline]] void encode(size_t frame, uint8_t *out) const {
         __m128i first_rows[4][V::LANES];
         __m128i second_rows[4][V::LANES];
         encodeQuad<V, Rows>(first_, frame, first_rows);
         encodeQuad<V, Rows>(second_, frame, second_rows);
         for (unsigned lane = 0; lane < V::LANES; ++lane) {
             for (unsigned i = 0; i < 4; ++i) {
-                storeRow<Rows, EXACT>(out, first_rows[i][lane]);
-                storeRow<Rows, EXACT>(out + second_row_, second_rows[i][lane]);
+                storeRow<V, Rows, EXACT>(out, first_rows[i][lane], lane);
+                storeRow<V, Rows, EXACT>(out + second_row_, second_rows[i][lane], lane);
                 out += frame_bytes_;
             }
         }
