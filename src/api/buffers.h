@@ -9,6 +9,11 @@ constexpr uint64_t SAMPLE_LIMIT = uint64_t{1} << 30;
 // sample_count reaches SAMPLE_LIMIT.
 int32_t *allocateSamples(const audio_converter &converter, uint64_t sample_count);
 
+// True when the set's arrays hold count + extra samples as they are.
+inline bool hasRoomFor(const channel_buffer_set &set, uint64_t extra) {
+    return set.count + extra <= set.capacity;
+}
+
 // Makes each of the set's first n arrays hold count + extra samples, an exact fit. Returns 1 when
 // memory runs out or the need reaches SAMPLE_LIMIT: arrays already replaced keep their larger
 // blocks with the samples held, counts and capacity keep their values.

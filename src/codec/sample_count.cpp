@@ -1,11 +1,6 @@
-#include "codec/aes3_header.h"
-#include "zt_trans_audio_converter.h"
-
-// Unsigned 32-bit arithmetic throughout: products wrap, every division truncates.
+#include "codec/sample_count.h"
 
 namespace {
-
-constexpr uint32_t AES3_EXTRA_BITS = 4;
 
 // A host that calls through a wider prototype leaves more than a byte in the register, and some
 // compilers rely on there being no more. Passing the value through an empty instruction makes
@@ -15,45 +10,14 @@ uint32_t lowByte(uint32_t argument) {
     return argument & 0xff;
 }
 
-uint32_t samplesIn(uint32_t bytes, uint32_t format, uint32_t channels, uint32_t bits) {
-    if (channels == 0 || bits == 0) {
-        return 0;
-    }
-    switch (format) {
-    case AUDIO_FORMAT_LPCM_PAIRED:
-        return bytes * 8 / (2 * channels * bits) * 2;
-    case AUDIO_FORMAT_LPCM_BE:
-        return (bits == 20 ? bytes / (6 * channels) : bytes * 8 / (2 * channels * bits)) * 2;
-    case AUDIO_FORMAT_AES3:
-        // A header never makes up a whole frame of 40 bits or more, so it need not be subtracted.
-        return bytes * 8 / ((bits + AES3_EXTRA_BITS) * channels);
-    default:
-        return bytes * 8 / (channels * bits);
-    }
-}
-
-uint32_t bytesOf(uint32_t samples, uint32_t format, uint32_t channels, uint32_t bits) {
-    if (channels == 0 || bits == 0) {
-        return 0;
-    }
-    switch (format) {
-    case AUDIO_FORMAT_LPCM_BE:
-        return bits == 20 ? samples * 3 * channels : channels * samples * bits / 8;
-    case AUDIO_FORMAT_AES3:
-        return channels * samples * (bits + AES3_EXTRA_BITS) / 8 + AES3_HEADER_BYTES;
-    default:
-        return channels * samples * bits / 8;
-    }
-}
-
 } // namespace
 
 uint32_t audioConverterBytesToSamples(uint32_t bytes, uint8_t format, uint8_t channels,
                                       uint8_t bits) {
-    return samplesIn(bytes, lowByte(format), lowByte(channels), lowByte(bits));
+    return samplesInBytes(bytes, lowByte(format), lowByte(channels), lowByte(bits));
 }
 
 uint32_t audioConverterSamplesToBytes(uint32_t samples, uint8_t format, uint8_t channels,
                                       uint8_t bits) {
-    return bytesOf(samples, lowByte(format), lowByte(channels), lowByte(bits));
+    return bytesOfSamples(samples, lowByte(format), lowByte(channels), lowByte(bits));
 }

@@ -1,6 +1,7 @@
 #include "api/buffers.h"
 #include "codec/aes3.h"
 #include "codec/aes3_header.h"
+#include "codec/sample_count.h"
 #include "mixer/mixer.h"
 #include "pipeline/messages.h"
 #include "pipeline/output_writer.h"
@@ -74,12 +75,13 @@ uint32_t decodeInterleaved(audio_converter &converter, const input_bytes &input,
     const uint8_t format = settings.input_format;
     const uint8_t channels = settings.input_channels;
     const uint8_t bits = settings.input_bits_per_sample;
-    samples = audioConverterBytesToSamples(input.count, format, channels, bits);
-    if (growChannelBufferSet(converter, converter.work, samples, AUDIO_MAX_CHANNELS) != 0) {
+    samples = samplesInBytes(input.count, format, channels, bits);
+    if (!hasRoomFor(converter.work, samples) &&
+        growChannelBufferSet(converter, converter.work, samples, AUDIO_MAX_CHANNELS) != 0) {
         return 1;
     }
     channel_pointers behind;
-    for (unsigned c = 0; c < AUDIO_MAX_CHANNELS; ++c) {
+    for (unsigned c = 0; c < channels; ++c) {
         behind[c] = converter.work.data[c] + converter.work.count;
     }
     uint32_t left = input.count;
@@ -88,7 +90,7 @@ uint32_t decodeInterleaved(audio_converter &converter, const input_bytes &input,
                              converter.aes3_frame_remaining, converter.decode);
     } else {
         converter.decode(behind, input.data, samples, channels, bits);
-        left -= audioConverterSamplesToBytes(samples, format, channels, bits);
+        left -= bytesOfSamples(samples, format, channels, bits);
     }
     tail.data = input.data + (input.count - left);
     tail.count = bytesToKeep(converter, tail.data, left);

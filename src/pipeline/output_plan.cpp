@@ -1,6 +1,7 @@
 #include "pipeline/output_plan.h"
 
 #include "codec/aes3_header.h"
+#include "codec/sample_count.h"
 #include "pipeline/size_limits.h"
 
 #include <algorithm>
@@ -14,8 +15,8 @@ bool isAttached(const bufstream *stream) {
 // Samples of the largest chunk that the frame size allows each stream.
 uint32_t largestChunk(const audio_converter_settings &settings, const output_plan &plan) {
     const uint32_t bytes = std::min(settings.out_frame_size / plan.shares, LARGEST_BLOCK_BYTES);
-    const uint32_t samples = audioConverterBytesToSamples(
-        bytes, settings.output_format, plan.stream_channels, settings.output_bits_per_sample);
+    const uint32_t samples = samplesInBytes(bytes, settings.output_format, plan.stream_channels,
+                                            settings.output_bits_per_sample);
     if (settings.output_format != AUDIO_FORMAT_AES3) {
         return samples;
     }
@@ -34,9 +35,8 @@ void planOutput(audio_converter &converter) {
     plan.shares = per_channel ? settings.output_channels : 1u;
     plan.stream_channels = per_channel ? uint8_t{1} : settings.output_channels;
     plan.unit = travelsInPairs(settings.output_format) ? 2u : 1u;
-    plan.largest_block =
-        audioConverterBytesToSamples(LARGEST_BLOCK_BYTES, settings.output_format,
-                                     plan.stream_channels, settings.output_bits_per_sample);
+    plan.largest_block = samplesInBytes(LARGEST_BLOCK_BYTES, settings.output_format,
+                                        plan.stream_channels, settings.output_bits_per_sample);
     plan.encode = chooseEncoder(converter.level, settings.output_format, plan.stream_channels,
                                 settings.output_bits_per_sample);
     // One channel of AES3 makes no pair.

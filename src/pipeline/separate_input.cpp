@@ -1,4 +1,5 @@
 #include "api/buffers.h"
+#include "codec/sample_count.h"
 #include "pipeline/channel_inputs.h"
 #include "pipeline/messages.h"
 #include "pipeline/output_writer.h"
@@ -22,7 +23,7 @@ uint32_t decodeOneChannel(audio_converter &converter, const uint8_t *bytes, uint
                           unsigned channel, uint32_t &samples) {
     const audio_converter_settings &settings = converter.settings;
     const uint8_t bits = settings.input_bits_per_sample;
-    samples = audioConverterBytesToSamples(byte_count, settings.input_format, 1, bits);
+    samples = samplesInBytes(byte_count, settings.input_format, 1, bits);
     // The set's own arrays serve the slots that no channel lends, and with equal rates its
     // capacity is the count that every active channel must reach.
     if (growChannelBufferSet(converter, converter.work, samples, AUDIO_MAX_CHANNELS) != 0) {
