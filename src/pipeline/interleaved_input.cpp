@@ -75,6 +75,11 @@ uint32_t decodeInterleaved(audio_converter &converter, const input_bytes &input,
     const uint8_t format = settings.input_format;
     const uint8_t channels = settings.input_channels;
     const uint8_t bits = settings.input_bits_per_sample;
+    if (input.count == 0) {
+        samples = 0;
+        tail = {nullptr, 0};
+        return 0;
+    }
     samples = samplesInBytes(input.count, format, channels, bits);
     if (!hasRoomFor(converter.work, samples) &&
         growChannelBufferSet(converter, converter.work, samples, AUDIO_MAX_CHANNELS) != 0) {

@@ -12,17 +12,13 @@ bool isAttached(const bufstream *stream) {
     return stream != nullptr;
 }
 
-// Samples of the largest chunk that the frame size allows each stream.
+// Samples of the largest chunk that the frame size allows each stream, and the payload of a block.
 uint32_t largestChunk(const audio_converter_settings &settings, const output_plan &plan) {
-    const uint32_t bytes = std::min(settings.out_frame_size / plan.shares, LARGEST_BLOCK_BYTES);
-    const uint32_t samples = samplesInBytes(bytes, settings.output_format, plan.stream_channels,
-                                            settings.output_bits_per_sample);
-    if (settings.output_format != AUDIO_FORMAT_AES3) {
-        return samples;
-    }
-    const uint32_t frame_bytes =
-        aes3FrameBytes(plan.stream_channels, settings.output_bits_per_sample);
-    return std::min(samples, AES3_LARGEST_PAYLOAD / frame_bytes);
+    const bool is_aes3 = settings.output_format == AUDIO_FORMAT_AES3;
+    const uint32_t most_bytes = is_aes3 ? AES3_LARGEST_PAYLOAD : LARGEST_BLOCK_BYTES;
+    return samplesInBytes(std::min(settings.out_frame_size / plan.shares, most_bytes),
+                          settings.output_format, plan.stream_channels,
+                          settings.output_bits_per_sample);
 }
 
 } // namespace
