@@ -98,23 +98,29 @@ protected:
 void codec_kernels::checkDecoder(cpu_level level, uint32_t samples, uint8_t channels) {
     const auto [name, format, bits, pairs] = GetParam();
     const size_t byte_count = bytesOf(GetParam(), samples, channels);
-    auto *bytes = bytes_.ending<uint8_t>(byte_count);
-    fill(bytes, byte_count);
+    std::vector<uint8_t> bytes(byte_count);
+    fill(bytes.data(), byte_count);
 
     std::array<std::vector<int32_t>, AUDIO_MAX_CHANNELS> expected;
     channel_pointers plain = {};
     channel_pointers actual = {};
     for (unsigned c = 0; c < channels; ++c) {
-        actual[c] = samples_[c]->ending<int32_t>(samples);
-        expected[c].assign(actual[c], actual[c] + samples);
+        const auto *untouched = samples_[c]->ending<int32_t>(samples);
+        expected[c].assign(untouched, untouched + samples);
         plain[c] = expected[c].data();
     }
-    chooseDecoder(CPU_SSE2, format, channels, bits)(plain, bytes, samples, channels, bits);
-    chooseDecoder(level, format, channels, bits)(actual, bytes, samples, channels, bits);
-    for (unsigned c = 0; c < channels; ++c) {
-        const std::vector<int32_t> got(actual[c], actual[c] + samples);
-        ASSERT_EQ(got, expected[c]) << "channel " << c;
-        ASSERT_TRUE(samples_[c]->frontIsIntact());
+    chooseDecoder(CPU_SSE2, format, channels, bits)(plain, bytes.data(), samples, channels, bits);
+    for (uint8_t *place : {bytes_.starting<uint8_t>(), bytes_.ending<uint8_t>(byte_count)}) {
+        std::copy(bytes.begin(), bytes.end(), place);
+        for (unsigned c = 0; c < channels; ++c) {
+            actual[c] = samples_[c]->ending<int32_t>(samples);
+        }
+        chooseDecoder(level, format, channels, bits)(actual, place, samples, channels, bits);
+        for (unsigned c = 0; c < channels; ++c) {
+            const std::vector<int32_t> got(actual[c], actual[c] + samples);
+            ASSERT_EQ(got, expected[c]) << "channel " << c;
+            ASSERT_TRUE(samples_[c]->frontIsIntact());
+        }
     }
 }
 

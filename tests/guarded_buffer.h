@@ -9,31 +9,35 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-// Memory that ends at an inaccessible page: one byte read or written beyond its end is a fault.
+// Memory between two inaccessible pages: one byte read or written outside is a fault.
 class guarded_buffer {
 public:
     explicit guarded_buffer(size_t capacity) {
         const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
         size_ = (capacity + FRONT_BYTES + page - 1) / page * page;
-        mapped_ = size_ + page;
-        void *memory =
-            mmap(nullptr, mapped_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-        if (memory == MAP_FAILED ||
-            mprotect(static_cast<uint8_t *>(memory) + size_, page, PROT_NONE) != 0) {
+        mapped_ = page + size_ + page;
+        map_ = mmap(nullptr, mapped_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        begin_ = static_cast<uint8_t *>(map_) + page;
+        if (map_ == MAP_FAILED || mprotect(begin_, size_, PROT_READ | PROT_WRITE) != 0) {
             ADD_FAILURE() << "no guarded memory";
             abort();
         }
-        begin_ = static_cast<uint8_t *>(memory);
         memset(begin_, FILL, size_);
     }
     guarded_buffer(const guarded_buffer &) = delete;
     guarded_buffer &operator=(const guarded_buffer &) = delete;
     ~guarded_buffer() {
-        munmap(begin_, mapped_);
+        munmap(map_, mapped_);
     }
 
-    // Room for `count` elements right before the inaccessible page, which for bytes may stand at
-    // any address. It and the bytes in front of it are filled with FILL.
+    // Room for elements right behind the first inaccessible page.
+    template <typename T>
+    T *starting() {
+        return reinterpret_cast<T *>(begin_);
+    }
+
+    // Room for `count` elements right before the second inaccessible page, which for bytes may
+    // stand at any address. It and the bytes in front of it are filled with FILL.
     template <typename T>
     T *ending(size_t count) {
         used_ = count * sizeof(T);
@@ -58,8 +62,9 @@ public:
 private:
     static constexpr size_t FRONT_BYTES = 64;
 
-    uint8_t *begin_;
-    size_t size_;   // accessible bytes
-    size_t mapped_; // with the page behind them
+    void *map_;
+    size_t mapped_;
+    uint8_t *begin_; // of the accessible bytes
+    size_t size_;
     size_t used_ = 0;
 };
