@@ -163,6 +163,7 @@ TEST_P(resample_kernels, WholeRounds) {
         compare(rounds * up + up / 3, 1);
     }
     compare(std::max(1u, std::min(5300u, 20000u / up)) * up, 1);
+    compare(std::max(1u, std::min(1300u, 9000u / up)) * up, 3);
 }
 
 INSTANTIATE_TEST_SUITE_P(Rates, resample_kernels, testing::ValuesIn(RATES),

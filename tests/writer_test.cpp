@@ -118,6 +118,25 @@ TEST(Writer, StreamsAttached) {
     }
 }
 
+// A stream attached in mid-stream turns joined output into split.
+TEST(Writer, StreamAttachedLater) {
+    audio_converter_settings settings = makeSettings({{1, 8}, 4, 48000}, {});
+    settings.output_separate_channels = 1;
+    test_host host;
+    recording_stream first;
+    recording_stream third;
+    audio_converter *converter = audioConverterNew(host.enter(), &settings);
+    const uint8_t input[] = {1, 2, 3, 4};
+    EXPECT_EQ(audioConverterInitChannel(converter, &first, 0), 0);
+    EXPECT_EQ(audioConverterPutBytes(converter, input, sizeof input), 0u);
+    EXPECT_EQ(audioConverterInitChannel(converter, &third, 2), 0);
+    EXPECT_EQ(audioConverterPutBytes(converter, input, sizeof input), 0u);
+    EXPECT_EQ(first.bytes, (byte_vector{1, 2, 3, 4, 1}));
+    EXPECT_EQ(third.bytes, byte_vector{3});
+    audioConverterFree(converter);
+    EXPECT_EQ(host.trouble(), "");
+}
+
 struct refusal_row {
     const char *name;
     sample_layout output;

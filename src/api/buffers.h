@@ -9,7 +9,8 @@ constexpr uint64_t SAMPLE_LIMIT = uint64_t{1} << 30;
 // sample_count reaches SAMPLE_LIMIT.
 int32_t *allocateSamples(const audio_converter &converter, uint64_t sample_count);
 
-// True when the set's arrays hold count + extra samples as they are.
+// True when the set's arrays hold count + extra samples as they are: the test that every call makes
+// of blocks that seldom grow.
 inline bool hasRoomFor(const channel_buffer_set &set, uint64_t extra) {
     return set.count + extra <= set.capacity;
 }

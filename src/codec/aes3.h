@@ -2,7 +2,8 @@
 
 #include "codec/codec_dispatch.h"
 
-// AES3 in SMPTE 302M packing: blocks of a 4-byte header and whole frames.
+// AES3 in SMPTE 302M packing: blocks of a 4-byte header and whole frames. The functions handed in
+// are the AES3 ones chosen for these channels and bits.
 
 // Decodes the whole frames at hand and returns their count. byte_count is reduced by what was
 // consumed. frame_remaining carries the payload bytes still due in the current block from call to

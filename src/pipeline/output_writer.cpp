@@ -60,6 +60,7 @@ uint32_t reservePass(const output_writer &writer, output_pass &pass) {
         if (is_aes3) {
             room -= std::min(room, AES3_HEADER_BYTES);
         }
+        // Most streams have room for all that is wanted, which needs no division.
         if (room < uint64_t{want} * plan.shares) {
             pass.samples = std::min(pass.samples, samplesInRoom(writer, room));
         }

@@ -75,6 +75,7 @@ struct phase_rows {
 };
 
 phase_rows rowsOfPhases(const phase_plan &plan, uint64_t first, uint64_t last) {
+    // Phase 0 has a tap more, which shows when it stands alone.
     const uint64_t taps = first == 0 ? TAPS + 1 : TAPS;
     return {first * plan.down / plan.up,
             smaller(firstSampleOf(plan, last) + taps, plan.group_rows)};

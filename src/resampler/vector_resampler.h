@@ -78,6 +78,12 @@ void runRounds(const resample_job &job, const phase_plan &plan, uint64_t rounds,
     }
 }
 
+// Fewer rounds than this, of all channels, are left to the plain form: most lanes would be empty.
+uint64_t fewestStretched(const phase_plan &plan) {
+    constexpr uint64_t FEWEST_SHORT_ROUNDS = 4;
+    return plan.up < PHASES_PER_GROUP ? FEWEST_SHORT_ROUNDS : 1;
+}
+
 template <typename V>
 uint64_t runForm(const resample_job &job) {
     alignas(64) double scratch[SCRATCH_DOUBLES];
@@ -85,9 +91,10 @@ uint64_t runForm(const resample_job &job) {
     const uint64_t rounds = job.outputs_per_channel / plan.up;
     const uint64_t left = job.outputs_per_channel % plan.up;
     if (plan.down <= LARGEST_STRETCHED_STEP) {
-        if (rounds != 0) {
-            runStretches<V>(job, plan, rounds, scratch);
+        if (rounds * job.state->channels < fewestStretched(plan)) {
+            return 0;
         }
+        runStretches<V>(job, plan, rounds, scratch);
         return rounds * plan.up;
     }
     runRounds<V>(job, plan, rounds, scratch);

@@ -14,10 +14,11 @@
 // The same phase of consecutive rounds shares its coefficients; each lies M rows further down.
 namespace {
 
-constexpr unsigned STRETCHES = 8; // lanes
-constexpr unsigned STRETCHES_LOG2 = 3;
-constexpr uint64_t STRETCH_ROWS = SCRATCH_DOUBLES / STRETCHES;
-constexpr uint64_t CHUNK_ROWS = SUMS_PER_CHUNK / STRETCHES;
+constexpr unsigned TILE_STRETCHES = 8; // lanes
+constexpr unsigned TILE_STRETCHES_LOG2 = 3;
+static_assert(TILE_STRETCHES == 1 << TILE_STRETCHES_LOG2);
+constexpr uint64_t STRETCH_ROWS = SCRATCH_DOUBLES / TILE_STRETCHES;
+constexpr uint64_t CHUNK_ROWS = SUMS_PER_CHUNK / TILE_STRETCHES;
 
 // How the rounds of every channel are cut.
 struct stretch_cut {
@@ -25,22 +26,52 @@ struct stretch_cut {
     uint64_t stretches; // of one channel
 };
 
-// Input samples that a stretch of rounds spans.
-uint64_t rowsOf(const phase_plan &plan, uint64_t length) {
+// Input samples that a stretch spans.
+uint64_t stretchRows(const phase_plan &plan, uint64_t length) {
     return (length - 1) * plan.down + samplesUnderRound(plan);
 }
 
-// As few stretches as fill whole tiles and leave each short enough for the scratch.
-stretch_cut cutRounds(const phase_plan &plan, unsigned channels, uint64_t rounds) {
-    unsigned shift = STRETCHES_LOG2;
-    while (shift > 0 && (channels << (shift - 1)) % STRETCHES == 0) {
+// So many rounds that stretches of all channels fill whole tiles, and are short enough for the
+// scratch.
+uint64_t fillTiles(const phase_plan &plan, unsigned channels, uint64_t rounds) {
+    unsigned shift = TILE_STRETCHES_LOG2;
+    while (shift > 0 && (channels << (shift - 1)) % TILE_STRETCHES == 0) {
         --shift;
     }
-    uint64_t length = ((rounds - 1) >> shift) + 1;
-    if (rowsOf(plan, length) > STRETCH_ROWS) {
-        const uint64_t longest = (STRETCH_ROWS - samplesUnderRound(plan)) / plan.down + 1;
-        const uint64_t stretches = ((length - 1) / longest + 1) << shift;
-        length = (rounds - 1) / stretches + 1;
+    const uint64_t length = ((rounds - 1) >> shift) + 1;
+    if (stretchRows(plan, length) <= STRETCH_ROWS) {
+        return length;
+    }
+    const uint64_t longest = (STRETCH_ROWS - samplesUnderRound(plan)) / plan.down + 1;
+    const uint64_t stretches = ((length - 1) / longest + 1) << shift;
+    return (rounds - 1) / stretches + 1;
+}
+
+// Rounds in flight hide the latency of additions: fewer than those of a full block become a power
+// of two, and more if that saves a tile.
+template <typename V>
+uint64_t fillBlock(uint64_t length, unsigned channels, uint64_t rounds) {
+    const auto tiles = [&](uint64_t rounds_each) {
+        return (((rounds - 1) / rounds_each + 1) * channels - 1) / TILE_STRETCHES;
+    };
+    uint64_t filled = 1;
+    while (filled < length) {
+        filled *= 2;
+    }
+    if (filled > rounds) {
+        return length;
+    }
+    while (filled < V::LANES && 2 * filled <= rounds && tiles(2 * filled) < tiles(filled)) {
+        filled *= 2;
+    }
+    return filled;
+}
+
+template <typename V>
+stretch_cut cutRounds(const phase_plan &plan, unsigned channels, uint64_t rounds) {
+    uint64_t length = fillTiles(plan, channels, rounds);
+    if (length < V::LANES) {
+        length = fillBlock<V>(length, channels, rounds);
     }
     return {length, (rounds - 1) / length + 1};
 }
@@ -51,15 +82,15 @@ stretch_cut cutRounds(const phase_plan &plan, unsigned channels, uint64_t rounds
 template <typename V, unsigned ROUNDS, unsigned PHASES, bool SHARED>
 void filterBlock(const phase_plan &plan, const double *samples, phase_cursor &cursor, int32_t *sums,
                  size_t stride) {
-    constexpr unsigned VECTORS = STRETCHES / V::LANES;
-    const size_t step = plan.down * STRETCHES;
+    constexpr unsigned VECTORS = TILE_STRETCHES / V::LANES;
+    const size_t step = plan.down * TILE_STRETCHES;
     const size_t up = plan.up;
     const bool has_phase_0 = cursor.phase == 0;
     const double *rows[PHASES];
     const double *coefficients[PHASES];
     typename V::vector sum[PHASES][ROUNDS][VECTORS];
     for (unsigned p = 0; p < PHASES; ++p) {
-        rows[p] = samples + cursor.first * STRETCHES;
+        rows[p] = samples + cursor.first * TILE_STRETCHES;
         coefficients[p] = plan.filter + cursor.offset;
         for (unsigned r = 0; r < ROUNDS; ++r) {
             for (unsigned v = 0; v < VECTORS; ++v) {
@@ -73,10 +104,10 @@ void filterBlock(const phase_plan &plan, const double *samples, phase_cursor &cu
         for (unsigned r = 0; r < ROUNDS; ++r) {
             addProducts<V, VECTORS>(sum[0][r], rows[0] + r * step, *coefficients[0]);
         }
-        rows[0] += STRETCHES;
+        rows[0] += TILE_STRETCHES;
         coefficients[0] += up;
     }
-    // 2. The 40 that all have.
+    // 2. The 40 that all have. Rolled up, what counts the taps would compete with the arithmetic.
 #pragma GCC unroll 4
     for (unsigned tap = 0; tap < TAPS; ++tap) {
         typename V::vector factor[PHASES];
@@ -85,7 +116,7 @@ void filterBlock(const phase_plan &plan, const double *samples, phase_cursor &cu
         }
         for (unsigned r = 0; r < ROUNDS; ++r) {
             for (unsigned v = 0; v < VECTORS; ++v) {
-                const size_t place = r * step + tap * STRETCHES + v * V::LANES;
+                const size_t place = r * step + tap * TILE_STRETCHES + v * V::LANES;
                 const typename V::vector shared = V::load(rows[0] + place);
                 for (unsigned p = 0; p < PHASES; ++p) {
                     const typename V::vector sample = SHARED ? shared : V::load(rows[p] + place);
@@ -97,7 +128,8 @@ void filterBlock(const phase_plan &plan, const double *samples, phase_cursor &cu
     for (unsigned p = 0; p < PHASES; ++p) {
         for (unsigned r = 0; r < ROUNDS; ++r) {
             for (unsigned v = 0; v < VECTORS; ++v) {
-                V::storeSaturated(sums + r * stride + p * STRETCHES + v * V::LANES, sum[p][r][v]);
+                V::storeSaturated(sums + r * stride + p * TILE_STRETCHES + v * V::LANES,
+                                  sum[p][r][v]);
             }
         }
     }
@@ -109,14 +141,15 @@ template <typename V, unsigned ROUNDS, bool SHARED>
 void filterBlocks(const phase_plan &plan, const double *samples, phase_cursor &cursor,
                   uint64_t phases, int32_t *sums) {
     constexpr unsigned PHASES = V::LANES / ROUNDS;
-    const size_t stride = phases * STRETCHES;
+    const size_t stride = phases * TILE_STRETCHES;
     uint64_t done = 0;
     for (; done + PHASES <= phases; done += PHASES) {
-        filterBlock<V, ROUNDS, PHASES, SHARED>(plan, samples, cursor, sums + done * STRETCHES,
+        filterBlock<V, ROUNDS, PHASES, SHARED>(plan, samples, cursor, sums + done * TILE_STRETCHES,
                                                stride);
     }
     for (; done < phases; ++done) {
-        filterBlock<V, ROUNDS, 1, SHARED>(plan, samples, cursor, sums + done * STRETCHES, stride);
+        filterBlock<V, ROUNDS, 1, SHARED>(plan, samples, cursor, sums + done * TILE_STRETCHES,
+                                          stride);
     }
 }
 
@@ -124,7 +157,7 @@ void filterBlocks(const phase_plan &plan, const double *samples, phase_cursor &c
 // rounds of all phases, or some phases of ROUNDS rounds. The last chunk may overlap the one before.
 template <typename V, unsigned ROUNDS, bool SHARED>
 void filterStretches(const phase_plan &plan, const double *samples, uint64_t length,
-                     const lane_places<STRETCHES> &places, unsigned lanes) {
+                     const lane_places<TILE_STRETCHES> &places, unsigned lanes) {
     alignas(64) int32_t sums[SUMS_PER_CHUNK];
     const uint64_t most_phases = smaller(plan.up, CHUNK_ROWS / ROUNDS);
     const uint64_t most_rounds = CHUNK_ROWS / most_phases / ROUNDS * ROUNDS;
@@ -141,15 +174,16 @@ void filterStretches(const phase_plan &plan, const double *samples, uint64_t len
             const uint64_t phases = smaller(most_phases, plan.up - start.phase);
             for (uint64_t r = 0; r < rounds; r += ROUNDS) {
                 cursor = start;
-                filterBlocks<V, ROUNDS, SHARED>(plan, samples + (round + r) * plan.down * STRETCHES,
-                                                cursor, phases, sums + r * phases * STRETCHES);
+                filterBlocks<V, ROUNDS, SHARED>(plan,
+                                                samples + (round + r) * plan.down * TILE_STRETCHES,
+                                                cursor, phases, sums + r * phases * TILE_STRETCHES);
             }
             // Rounds of all phases follow one another without a gap.
             const uint64_t runs = phases == plan.up ? 1 : rounds;
             const uint64_t run = rounds * phases / runs;
             for (uint64_t r = 0; r < runs; ++r) {
-                scatter(sums + r * run * STRETCHES, STRETCHES, run, places.destinations, lanes,
-                        (round + r) * plan.up + start.phase);
+                scatter(sums + r * run * TILE_STRETCHES, TILE_STRETCHES, run, places.destinations,
+                        lanes, (round + r) * plan.up + start.phase);
             }
         }
     }
@@ -159,7 +193,7 @@ void filterStretches(const phase_plan &plan, const double *samples, uint64_t len
 // coefficients differ, unless the stretches are too short for that or phases can share input.
 template <typename V, unsigned ROUNDS>
 void filterTileOfStretches(const phase_plan &plan, const double *samples, uint64_t length,
-                           const lane_places<STRETCHES> &places, unsigned lanes) {
+                           const lane_places<TILE_STRETCHES> &places, unsigned lanes) {
     if constexpr (ROUNDS > 1) {
         if (length < ROUNDS) {
             return filterTileOfStretches<V, ROUNDS / 2>(plan, samples, length, places, lanes);
@@ -176,13 +210,13 @@ void filterTileOfStretches(const phase_plan &plan, const double *samples, uint64
 template <typename V>
 void runStretches(const resample_job &job, const phase_plan &plan, uint64_t rounds,
                   double *scratch) {
-    const stretch_cut cut = cutRounds(plan, job.state->channels, rounds);
+    const stretch_cut cut = cutRounds<V>(plan, job.state->channels, rounds);
     const lane_numbering numbering = {cut.length, rounds - cut.length};
-    const uint64_t rows = rowsOf(plan, cut.length);
+    const uint64_t rows = stretchRows(plan, cut.length);
     const uint64_t all = cut.stretches * job.state->channels;
-    for (uint64_t lane = 0; lane < all; lane += STRETCHES) {
-        const auto lanes = static_cast<unsigned>(smaller(STRETCHES, all - lane));
-        lane_places<STRETCHES> places;
+    for (uint64_t lane = 0; lane < all; lane += TILE_STRETCHES) {
+        const auto lanes = static_cast<unsigned>(smaller(TILE_STRETCHES, all - lane));
+        lane_places<TILE_STRETCHES> places;
         placeLanes(job, plan, numbering, lane, lanes, places);
         gatherRows<V>(places, 0, rows, scratch);
         filterTileOfStretches<V, V::LANES>(plan, scratch, cut.length, places, lanes);

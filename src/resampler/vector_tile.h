@@ -11,9 +11,6 @@ constexpr unsigned SCRATCH_DOUBLES = 5120;
 constexpr unsigned SUMS_PER_CHUNK = 1024;
 constexpr unsigned SUMS_IN_FLIGHT = 8; // vectors; enough to hide the latency of an addition
 
-// The loops over taps are unrolled by four: rolled up, what counts the taps competes with the
-// arithmetic.
-
 // Where the lanes of a tile come from and go to.
 template <unsigned WIDTH>
 struct lane_places {
@@ -101,7 +98,7 @@ void filterPhases(const phase_plan &plan, const lane_tile &tile, phase_cursor &c
         }
         advance(plan, cursor);
     }
-    // 2. The 40 that all have.
+    // 2. The 40 that all have. Rolled up, what counts the taps would compete with the arithmetic.
 #pragma GCC unroll 4
     for (unsigned tap = 0; tap < TAPS; ++tap) {
         for (unsigned p = 0; p < PHASES; ++p) {
