@@ -51,7 +51,7 @@ uint64_t fillTiles(const phase_plan &plan, unsigned channels, uint64_t rounds) {
 // of two, and more if that saves a tile.
 template <typename V>
 uint64_t fillBlock(uint64_t length, unsigned channels, uint64_t rounds) {
-    const auto tiles = [&](uint64_t rounds_each) {
+    const auto last_tile = [&](uint64_t rounds_each) {
         return (((rounds - 1) / rounds_each + 1) * channels - 1) / TILE_STRETCHES;
     };
     uint64_t filled = 1;
@@ -61,7 +61,7 @@ uint64_t fillBlock(uint64_t length, unsigned channels, uint64_t rounds) {
     if (filled > rounds) {
         return length;
     }
-    while (filled < V::LANES && 2 * filled <= rounds && tiles(2 * filled) < tiles(filled)) {
+    while (filled < V::LANES && 2 * filled <= rounds && last_tile(2 * filled) < last_tile(filled)) {
         filled *= 2;
     }
     return filled;
