@@ -68,8 +68,8 @@
  * Functions return 0 for success and 1 for failure unless said otherwise. Different
  * converters may be used on different threads at once; one converter must not be
  * entered by two calls at once, nor from inside one of its own callbacks. It may move from
- * thread to thread between calls. A data call may allocate, and may wait up to 2 seconds
- * for a stream that reports no room.
+ * thread to thread between calls. A data call may allocate, and waits for a stream that
+ * reports no room: up to 2 seconds, and anew after every chunk that went out meanwhile.
  * audioConverterCheckSettings, the two size functions, audioConverterGetAPIExt and
  * the query touch no state and may be called from any thread at any time.
  */
@@ -270,9 +270,10 @@ struct bufstream {
     /* Bytes that the area of the last reserve can take. */
     uint32_t (*free_bytes)(bufstream *stream);
     /* A writable area for the next bytes; byte_count is what the writer would like to
-     * write, and the area may be smaller. With separate output streams, an area that
-     * shall hold byte_count needs room for byte_count times the output channels. Null: the stream
-     * takes no more; the call that was writing returns 1. */
+     * write, all that is pending, and the area may be smaller: no more than
+     * settings.out_frame_size is taken at once (AES3: 4 bytes more). With separate output streams,
+     * an area that shall hold byte_count needs room for byte_count times the output channels. Null:
+     * the stream takes no more; the call that was writing returns 1. */
     uint8_t *(*reserve)(bufstream *stream, uint32_t byte_count);
     /* The first byte_count bytes of the area are written. */
     void (*commit)(bufstream *stream, uint32_t byte_count);
@@ -421,7 +422,7 @@ uint32_t audioConverterNoMoreDataInChannel(audio_converter *converter, uint32_t 
  * Returns 0 even when a stream refused: the host knows, because its reserve gave null or
  * its room did not come. What was not written waits, and another audioConverterDone writes
  * it; but with equal rates, refused samples of the channel buffers are dropped. Once it
- * has waited 2 seconds in vain, this call waits no more until a stream makes room again.
+ * has waited 2 seconds in vain, the same call waits no more until a stream makes room again.
  * Returns 1 when converter is null or memory ran out: the rest is kept, and calling again
  * goes on. */
 uint32_t audioConverterDone(audio_converter *converter, uint32_t discard_tail);

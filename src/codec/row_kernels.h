@@ -10,7 +10,7 @@
 
 // The steps of the vector codecs, over a vector V of LANES lanes of 16 bytes. V joins lanes and
 // splits into them, loads and stores samples, shuffles and interleaves within lanes, and has the
-// operations that the formats in row_formats.h use; codec_avx2.cpp has all of them.
+// operations that the formats in row_formats.h use; that of codec_avx2.cpp has all of them.
 //
 // A step takes FRAMES frames, four for every lane: lane i holds frames 4 i .. 4 i + 3 of a step, on
 // the side of the bytes in rows and on the side of the samples as four samples of one channel.

@@ -9,8 +9,8 @@
 // its copy, compiled for that set. Lanes are frames.
 namespace {
 
-// Of frames in a tile: so many sums in flight hide the latency of an addition. The loops over them
-// are unrolled, which keeps the sums in registers.
+// Vectors of frames in a tile: so many sums in flight hide the latency of an addition. The loops
+// over them are unrolled, which keeps the sums in registers.
 constexpr unsigned MIX_VECTORS = 8;
 
 // The gains that count, output by output, inputs ascending. A gain of zero is left out: samples

@@ -4,7 +4,8 @@
 
 // Shared by the vector forms; internal linkage, see vector_phases.h.
 //
-// Small M: a channel's rounds are cut into stretches of equal length, and the lanes are stretches.
+// Small M: a channel's rounds are cut into stretches of equal length S, and the lanes are
+// stretches.
 //
 //              lane 0     lane 1       lane 2    ...
 //     row 0    x[0]       x[S M]       x[2 S M]        S rounds to a stretch, M samples to a round:
@@ -31,9 +32,9 @@ uint64_t stretchRows(const phase_plan &plan, uint64_t length) {
     return (length - 1) * plan.down + samplesUnderRound(plan);
 }
 
-// So many rounds that stretches of all channels fill whole tiles, and are short enough for the
-// scratch.
-uint64_t fillTiles(const phase_plan &plan, unsigned channels, uint64_t rounds) {
+// The length at which the stretches of all channels fill whole tiles, if there are rounds enough,
+// and are short enough for the scratch.
+uint64_t lengthForTiles(const phase_plan &plan, unsigned channels, uint64_t rounds) {
     unsigned shift = TILE_STRETCHES_LOG2;
     while (shift > 0 && (channels << (shift - 1)) % TILE_STRETCHES == 0) {
         --shift;
@@ -47,10 +48,10 @@ uint64_t fillTiles(const phase_plan &plan, unsigned channels, uint64_t rounds) {
     return (rounds - 1) / stretches + 1;
 }
 
-// Rounds in flight hide the latency of additions: fewer than those of a full block become a power
-// of two, and more if that saves a tile.
+// The length to take instead of one below V::LANES rounds, which would leave few sums in flight to
+// hide the latency of an addition: a power of two, the next or a higher one if that saves a tile.
 template <typename V>
-uint64_t fillBlock(uint64_t length, unsigned channels, uint64_t rounds) {
+uint64_t lengthForBlock(uint64_t length, unsigned channels, uint64_t rounds) {
     const auto last_tile = [&](uint64_t rounds_each) {
         return (((rounds - 1) / rounds_each + 1) * channels - 1) / TILE_STRETCHES;
     };
@@ -69,9 +70,9 @@ uint64_t fillBlock(uint64_t length, unsigned channels, uint64_t rounds) {
 
 template <typename V>
 stretch_cut cutRounds(const phase_plan &plan, unsigned channels, uint64_t rounds) {
-    uint64_t length = fillTiles(plan, channels, rounds);
+    uint64_t length = lengthForTiles(plan, channels, rounds);
     if (length < V::LANES) {
-        length = fillBlock<V>(length, channels, rounds);
+        length = lengthForBlock<V>(length, channels, rounds);
     }
     return {length, (rounds - 1) / length + 1};
 }
@@ -107,7 +108,7 @@ void filterBlock(const phase_plan &plan, const double *samples, phase_cursor &cu
         rows[0] += TILE_STRETCHES;
         coefficients[0] += up;
     }
-    // 2. The 40 that all have. Rolled up, what counts the taps would compete with the arithmetic.
+    // 2. The 40 that all have. Unrolled, or counting the taps competes with the arithmetic.
 #pragma GCC unroll 4
     for (unsigned tap = 0; tap < TAPS; ++tap) {
         typename V::vector factor[PHASES];

@@ -98,7 +98,7 @@ void filterPhases(const phase_plan &plan, const lane_tile &tile, phase_cursor &c
         }
         advance(plan, cursor);
     }
-    // 2. The 40 that all have. Rolled up, what counts the taps would compete with the arithmetic.
+    // 2. The 40 that all have. Unrolled, or counting the taps competes with the arithmetic.
 #pragma GCC unroll 4
     for (unsigned tap = 0; tap < TAPS; ++tap) {
         for (unsigned p = 0; p < PHASES; ++p) {
