@@ -33,10 +33,10 @@ uint32_t growChannelBufferSet(audio_converter &converter, channel_buffer_set &se
     if (extra >= SAMPLE_LIMIT || set.count + extra >= SAMPLE_LIMIT) {
         return 1;
     }
-    const uint64_t need = set.count + extra;
-    if (set.capacity >= need) {
+    if (hasRoomFor(set, extra)) {
         return 0;
     }
+    const uint64_t need = set.count + extra;
     for (unsigned slot = 0; slot < n; ++slot) {
         int32_t *array = allocateSamples(converter, need);
         if (array == nullptr) {
