@@ -57,7 +57,7 @@ TEST(Writer, Chunks) {
     }
 }
 
-// Every pass reserves on all streams in slot order before it writes to any.
+// Every pass serves the streams in slot order, each from reserve to aux_info.
 TEST(Writer, OrderOfCalls) {
     audio_converter_settings settings = makeSettings({{1, 16}, 2, 48000}, {}, 8);
     std::string journal;
@@ -70,7 +70,7 @@ TEST(Writer, OrderOfCalls) {
         EXPECT_EQ(run.put(input), 0u);
         EXPECT_EQ(run.put({}), 0u); // nothing pending: nobody is asked
         EXPECT_EQ(run.done(), 0u);
-        EXPECT_EQ(journal, split != 0 ? "r0 f0 r1 f1 c0 a0 c1 a1 r0 f0 r1 f1 c0 a0 c1 a1 "
+        EXPECT_EQ(journal, split != 0 ? "r0 f0 c0 a0 r1 f1 c1 a1 r0 f0 c0 a0 r1 f1 c1 a1 "
                                       : "r0 f0 c0 a0 r0 f0 c0 a0 ");
         EXPECT_EQ(run.streams[0].wants, split != 0 ? (sizes{6, 2}) : (sizes{12, 4}));
         const byte_vector left = {1, 2, 5, 6, 9, 10}, right = {3, 4, 7, 8, 11, 12};
@@ -137,6 +137,22 @@ TEST(Writer, StreamAttachedLater) {
     EXPECT_EQ(host.trouble(), "");
 }
 
+// Areas one behind the other in a block of the host's.
+struct in_place_stream : bufstream {
+    in_place_stream()
+        : bufstream{[](bufstream *) { return 100u; },
+                    [](bufstream *s, uint32_t) { return self(s).next; },
+                    [](bufstream *s, uint32_t n) { self(s).next += n; },
+                    nullptr,
+                    nullptr,
+                    [](bufstream *, uint32_t, uint32_t, void *, int32_t) {}} {
+    }
+    static in_place_stream &self(bufstream *stream) {
+        return *static_cast<in_place_stream *>(stream);
+    }
+    uint8_t *next = nullptr;
+};
+
 struct refusal_row {
     const char *name;
     sample_layout output;
@@ -145,7 +161,8 @@ struct refusal_row {
     bool refused;
 };
 
-// A frame size that can never hold a frame (a pair, a share of one) is refused at once, unasked.
+// Output that can never hold a frame (a pair, a share of one): bytes are not taken, nobody is asked
+// and no memory is used, however the input comes. A call of nothing finds nothing waiting.
 TEST(Writer, RefusedBeforeAnyStream) {
     const refusal_row rows[] = {
         {"frame fits", {1, 16}, 4, false, false},
@@ -164,12 +181,67 @@ TEST(Writer, RefusedBeforeAnyStream) {
         audio_converter_settings settings =
             makeSettings({{1, 16}, 2, 48000}, {row.output}, row.frame_size);
         settings.output_separate_channels = row.split;
-        conversion run(settings);
-        const byte_vector input = makeInput({1, 16}, 2, 6, 1);
-        EXPECT_EQ(run.put(input), row.refused ? 1u : 0u);
-        EXPECT_EQ(run.streams[0].wants.empty(), row.refused);
-        EXPECT_EQ(run.put({}), row.refused ? 1u : 0u); // still pending
-        EXPECT_EQ(run.close(), "");
+        for (const uint8_t split_input : {0, 1}) {
+            settings.input_separate_channels = split_input;
+            conversion run(settings);
+            const size_t created = run.host.sizes.size();
+            const byte_vector input = makeInput({1, 16}, 2, 6, 1);
+            for (const uint8_t channel : {0, 1}) {
+                EXPECT_EQ(split_input != 0 ? run.putChannel(input, channel) : run.put(input),
+                          row.refused ? 1u : 0u);
+            }
+            EXPECT_EQ(run.streams[0].wants.empty(), row.refused);
+            EXPECT_EQ(run.host.sizes.size() == created, row.refused);
+            EXPECT_EQ(split_input != 0 ? run.putChannel({}, 0) : run.put({}), 0u);
+            EXPECT_EQ(run.done(), 0u);
+            EXPECT_EQ(run.close(), "");
+        }
+    }
+}
+
+// Joined AES3 output waits when a second stream makes it split, which AES3 cannot be.
+TEST(Writer, WaitingOutputThatCanNoLongerBeWritten) {
+    audio_converter_settings settings = makeSettings({{1, 16}, 2, 48000}, {{4, 16}});
+    settings.output_separate_channels = 1;
+    test_host host;
+    recording_stream first;
+    recording_stream second;
+    first.refuses = [] { return true; };
+    audio_converter *converter = audioConverterNew(host.enter(), &settings);
+    const uint8_t frame[] = {1, 2, 3, 4};
+    EXPECT_EQ(audioConverterPutBytes(converter, frame, 4), 1u); // no stream
+    EXPECT_EQ(audioConverterPutBytes(converter, nullptr, 0), 0u);
+    EXPECT_EQ(audioConverterInitChannel(converter, &first, 0), 0);
+    EXPECT_EQ(audioConverterPutBytes(converter, frame, 4), 1u);
+    EXPECT_EQ(audioConverterInitChannel(converter, &second, 1), 0);
+    EXPECT_EQ(audioConverterPutBytes(converter, nullptr, 0), 1u);
+    EXPECT_EQ(audioConverterPutBytes(converter, frame, 4), 1u);
+    EXPECT_EQ(first.wants.size(), 1u);
+    EXPECT_EQ(audioConverterDone(converter, 0), 0u);
+    audioConverterFree(converter);
+    EXPECT_EQ(host.trouble(), "");
+}
+
+// The reserved area is the host's own input block: all of it is read before the first reserve.
+TEST(Writer, ConversionInPlace) {
+    for (const sample_layout output : {sample_layout{1, 16}, {1, 8}, {3, 16}, {1, 32}, {5, 32}}) {
+        const byte_vector input = makeInput({1, 16}, 2, 500, 6);
+        const auto settings = makeSettings({{1, 16}, 2, 48000}, {output}, 100);
+        const byte_vector expected = convert(settings, input);
+        in_place_stream stream;
+        audio_converter *converter = audioConverterNew(nullptr, &settings);
+        EXPECT_EQ(audioConverterInit(converter, &stream), 0);
+        byte_vector all;
+        for (const size_t end : {1001u, 2000u}) {
+            byte_vector block(input.begin() + (end == 1001 ? 0 : 1001), input.begin() + end);
+            const auto bytes = static_cast<uint32_t>(block.size());
+            block.resize(3 * block.size());
+            stream.next = block.data();
+            EXPECT_EQ(audioConverterPutBytes(converter, block.data(), bytes), 0u);
+            all.insert(all.end(), block.data(), stream.next);
+        }
+        audioConverterFree(converter);
+        EXPECT_TRUE(all == expected) << int{output.format} << "/" << int{output.bits};
     }
 }
 

@@ -1,8 +1,20 @@
 #include "api/buffers.h"
 
+#include "api/held_output.h"
+
+#include <algorithm>
 #include <cstring>
 
 namespace {
+
+// Samples that a set shall hold which needs to hold `need`.
+uint64_t grownCapacity(audio_converter &converter, const channel_buffer_set &set, uint64_t need) {
+    const bool holds_output = converter.output.largest_chunk != 0 && &set == &heldOutput(converter);
+    if (!holds_output || waitingSamples(converter, set) < converter.output.unit) {
+        return need;
+    }
+    return std::max(need, std::min(set.capacity + uint64_t{set.capacity} / 2, SAMPLE_LIMIT - 1));
+}
 
 bool isBorrowed(const audio_converter &converter, const channel_buffer_set &set, unsigned slot) {
     return &set == &converter.work && converter.work_borrowed[slot] != 0;
@@ -36,9 +48,9 @@ uint32_t growChannelBufferSet(audio_converter &converter, channel_buffer_set &se
     if (hasRoomFor(set, extra)) {
         return 0;
     }
-    const uint64_t need = set.count + extra;
+    const uint64_t capacity = grownCapacity(converter, set, set.count + extra);
     for (unsigned slot = 0; slot < n; ++slot) {
-        int32_t *array = allocateSamples(converter, need);
+        int32_t *array = allocateSamples(converter, capacity);
         if (array == nullptr) {
             return 1;
         }
@@ -47,7 +59,7 @@ uint32_t growChannelBufferSet(audio_converter &converter, channel_buffer_set &se
         }
         replaceArray(converter, set, slot, array);
     }
-    set.capacity = static_cast<uint32_t>(need);
+    set.capacity = static_cast<uint32_t>(capacity);
     return 0;
 }
 

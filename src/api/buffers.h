@@ -15,9 +15,10 @@ inline bool hasRoomFor(const channel_buffer_set &set, uint64_t extra) {
     return set.count + extra <= set.capacity;
 }
 
-// Makes each of the set's first n arrays hold count + extra samples, an exact fit. Returns 1 when
-// memory runs out or the need reaches SAMPLE_LIMIT: arrays already replaced keep their larger
-// blocks with the samples held, counts and capacity keep their values.
+// Makes each of the set's first n arrays hold count + extra samples: an exact fit, or half as much
+// again as before while output waits in the set, so that output refused for long is not copied by
+// every call. Returns 1 when memory runs out or the need reaches SAMPLE_LIMIT: arrays already
+// replaced keep their larger blocks with the samples held, counts and capacity keep their values.
 //
 // Borrowed positions of `work` become owned; the array they referred to is left to its owner.
 uint32_t growChannelBufferSet(audio_converter &converter, channel_buffer_set &set, uint64_t extra,

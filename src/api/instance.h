@@ -44,7 +44,8 @@ struct audio_converter {
     audio_converter_settings settings; // effective values, both order maps present
 
     channel_buffer_set work;      // decoded, then mixed, at the input rate
-    channel_buffer_set resampled; // at the output rate; unused when the rates are equal
+    channel_buffer_set resampled; // at the output rate; with equal rates, blocks of
+                                  // separate-channel input that no stream has accepted yet
 
     // Separate-channel input, by speaker channel.
     int32_t *channel_input[AUDIO_MAX_CHANNELS];
@@ -78,15 +79,17 @@ struct audio_converter {
     decode_function decode; // of what one call brings; fixed at creation
     output_plan output;     // settled anew whenever a stream is attached
 
+    // Samples at the start of the held output (see held_output.h) that a slot's stream has
+    // accepted, by output slot.
+    uint32_t output_position[AUDIO_MAX_CHANNELS];
     // Positions of `work` that refer to a channel_input array and do not own it.
     uint8_t work_borrowed[AUDIO_MAX_CHANNELS];
     // Samples of the largest block that separate-channel input decoded so far.
     uint32_t largest_channel_block;
     // Samples of channel_input that the end of the stream has already sent, by speaker channel.
     uint32_t channel_input_sent[AUDIO_MAX_CHANNELS];
-    uint8_t odd_sample_waits; // an earlier call's, for LPCM output at equal rates
-    uint8_t done;             // audioConverterDone was called
-    uint8_t stalled;          // the running call has waited for the streams' room in vain
+    uint8_t done;    // audioConverterDone was called
+    uint8_t stalled; // the running call has timed out waiting for the streams' room
 
     cpu_level level; // which vector forms run; fixed at creation
     // Coefficients as the vector forms read them, behind the record in the instance's own block;

@@ -1,3 +1,4 @@
+#include "api/held_output.h"
 #include "api/host_lookup.h"
 #include "api/instance.h"
 #include "api/printers.h"
@@ -57,6 +58,9 @@ int32_t attachStream(audio_converter &converter, bufstream *stream, unsigned slo
     if (stream == nullptr) {
         converter.err_printf(NO_STREAM_TEXT);
         return 1;
+    }
+    if (converter.out_streams[slot] == nullptr) {
+        converter.output_position[slot] = oldestPosition(converter);
     }
     converter.out_streams[slot] = stream;
     planOutput(converter);

@@ -7,24 +7,19 @@
 
 namespace {
 
-// Makes the next `samples` samples of a channel readable, silence behind those it holds.
+// Makes the next `samples` samples of a channel readable: silence behind those it holds, for which
+// the array of an ended channel may have to grow.
 uint32_t supplyBlock(audio_converter &converter, unsigned channel, uint32_t samples) {
-    const uint32_t count = converter.channel_input_count[channel];
-    if (count >= samples) {
+    uint32_t &sent = converter.channel_input_sent[channel];
+    if (sent + uint64_t{samples} <= converter.channel_input_capacity[channel]) {
         return 0;
     }
-    uint32_t &sent = converter.channel_input_sent[channel];
-    if (sent + uint64_t{samples} > converter.channel_input_capacity[channel]) {
-        int32_t *array = converter.channel_input[channel];
-        memmove(array, array + sent, count * sizeof(int32_t));
-        sent = 0;
-        if (growChannelInput(converter, channel, samples) != 0) {
-            return 1;
-        }
-    }
-    int32_t *next = converter.channel_input[channel] + sent;
-    memset(next + count, 0, (samples - count) * sizeof(int32_t));
-    return 0;
+    int32_t *array = converter.channel_input[channel];
+    memmove(array, array + sent, converter.channel_input_count[channel] * sizeof(int32_t));
+    sent = 0;
+    const uint32_t failed = growChannelInput(converter, channel, samples);
+    silenceBehind(converter, channel);
+    return failed;
 }
 
 uint32_t lendBlock(audio_converter &converter, uint32_t samples) {
@@ -76,6 +71,15 @@ uint32_t copyBlock(audio_converter &converter, uint32_t samples) {
 uint32_t remainderOf(const audio_converter &converter, unsigned channel, uint32_t samples) {
     const uint32_t count = converter.channel_input_count[channel];
     return count - std::min(count, samples);
+}
+
+// Restores the silence of an ended channel where its samples stood or the mixer wrote in place:
+// positions begin .. end - 1, as far as the array goes. Behind them it is silent already.
+void silenceUsed(audio_converter &converter, unsigned channel, uint32_t begin, uint32_t end) {
+    end = std::min(end, converter.channel_input_capacity[channel]);
+    if (begin < end) {
+        memset(converter.channel_input[channel] + begin, 0, (end - begin) * sizeof(int32_t));
+    }
 }
 
 bool needsTemporary(const audio_converter &converter, unsigned channel, uint32_t remainder) {
@@ -131,20 +135,30 @@ uint32_t compactionTemporary(const audio_converter &converter, uint32_t samples)
     return largest;
 }
 
+void silenceBehind(audio_converter &converter, unsigned channel) {
+    const uint32_t end =
+        converter.channel_input_sent[channel] + converter.channel_input_count[channel];
+    const uint32_t capacity = converter.channel_input_capacity[channel];
+    if (end < capacity) {
+        memset(converter.channel_input[channel] + end, 0, (capacity - end) * sizeof(int32_t));
+    }
+}
+
 void compactChannelInputs(audio_converter &converter, uint32_t samples, int32_t *temporary) {
     for (unsigned c = 0; c < AUDIO_MAX_CHANNELS && samples != 0; ++c) {
+        const uint32_t held = converter.channel_input_count[c];
         const uint32_t remainder = remainderOf(converter, c, samples);
         converter.channel_input_count[c] = remainder;
-        if (remainder == 0) {
-            continue;
-        }
         int32_t *array = converter.channel_input[c];
         const size_t bytes = remainder * sizeof(int32_t);
         if (needsTemporary(converter, c, remainder)) {
             memcpy(temporary, array + samples, bytes);
             memcpy(array, temporary, bytes);
-        } else {
+        } else if (remainder != 0) {
             memmove(array, array + samples, bytes);
+        }
+        if (converter.channel_active[c] == 0) {
+            silenceUsed(converter, c, remainder, std::max(held, samples));
         }
     }
 }
@@ -155,5 +169,8 @@ void advanceChannelInputs(audio_converter &converter, uint32_t samples) {
         const uint32_t taken = std::min(count, samples);
         count -= taken;
         converter.channel_input_sent[c] = count == 0 ? 0 : converter.channel_input_sent[c] + taken;
+        if (converter.channel_active[c] == 0) {
+            silenceUsed(converter, c, 0, samples);
+        }
     }
 }

@@ -2,16 +2,8 @@
 
 #include "api/instance.h"
 
-// The per-channel buffers of separate-channel input. A speaker channel that holds less than a
-// block supplies its samples, then silence.
-
-// Samples that the two LPCM formats carry together.
-constexpr uint32_t PAIR = 2;
-
-// True when the blocks themselves, not what a rate conversion makes of them, leave in pairs.
-inline bool sendsPairs(const audio_converter &converter) {
-    return hasEqualRates(converter) && travelsInPairs(converter.settings.output_format);
-}
+// The per-channel buffers of separate-channel input. The array of a channel that is not active is
+// zero from its count to its capacity: a channel that has ended supplies its samples, then silence.
 
 // The slot of a speaker channel in the input frame, or AUDIO_MAX_CHANNELS when it has none.
 unsigned inputSlot(const audio_converter &converter, unsigned channel);
@@ -26,6 +18,9 @@ uint32_t growChannelInput(audio_converter &converter, unsigned channel, uint64_t
 // no channel has then lost a sample.
 uint32_t presentBlock(audio_converter &converter, uint32_t samples);
 
+// Zeroes the array of a speaker channel from behind its samples to its capacity.
+void silenceBehind(audio_converter &converter, unsigned channel);
+
 // The samples of the speaker channel that holds most.
 uint32_t longestChannelInput(const audio_converter &converter);
 
@@ -34,7 +29,8 @@ uint32_t longestChannelInput(const audio_converter &converter);
 uint32_t compactionTemporary(const audio_converter &converter, uint32_t samples);
 
 // Removes a block from every speaker channel and moves what remains to the start of its array,
-// through the temporary block where that is more than half the array.
+// through the temporary block where that is more than half the array. Ended channels are silent
+// behind it.
 void compactChannelInputs(audio_converter &converter, uint32_t samples, int32_t *temporary);
 
 // Removes a block from every speaker channel without moving anything: for the end of the stream,

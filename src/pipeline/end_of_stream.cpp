@@ -1,4 +1,5 @@
 #include "api/buffers.h"
+#include "api/held_output.h"
 #include "pipeline/channel_inputs.h"
 #include "pipeline/output_writer.h"
 #include "pipeline/process_block.h"
@@ -8,35 +9,40 @@
 
 namespace {
 
-// The next block of the drain: the smallest of what the channels that still hold samples hold and
-// of what any channel's array can hold; 0 when all are empty. Channels expect input as long as
-// they hold some.
-uint32_t nextDrainBlock(audio_converter &converter) {
-    uint32_t smallest = UINT32_MAX;
-    bool holds_samples = false;
+constexpr uint32_t PAIR = 2; // frames that the two LPCM formats carry together
+
+// Channels expect input as long as they hold some; one that has run empty is silent from now on.
+void markEmptyChannelsEnded(audio_converter &converter) {
     for (unsigned c = 0; c < AUDIO_MAX_CHANNELS; ++c) {
-        if (converter.channel_input_capacity[c] == 0) {
-            continue;
+        const uint8_t holds_samples = converter.channel_input_count[c] != 0;
+        if (holds_samples == 0 && converter.channel_active[c] != 0 &&
+            converter.channel_input_capacity[c] != 0) {
+            silenceBehind(converter, c);
         }
-        const uint32_t count = converter.channel_input_count[c];
-        converter.channel_active[c] = count != 0;
-        smallest = std::min(smallest, converter.channel_input_capacity[c]);
-        if (count != 0) {
-            smallest = std::min(smallest, count);
-            holds_samples = true;
+        if (converter.channel_input_capacity[c] != 0) {
+            converter.channel_active[c] = holds_samples;
         }
     }
-    if (!holds_samples) {
-        return 0;
-    }
-    // Frames that leave in pairs: the last one is completed with silence.
-    return sendsPairs(converter) ? std::max(smallest / PAIR * PAIR, PAIR) : smallest;
 }
 
-// Sends what the channel buffers hold. A refusing output does not stop it; memory does.
+// Samples of the next block of the drain, 0 when all channels are empty: what every channel that
+// holds samples can give, and the array of every channel can hold.
+uint32_t nextDrainBlock(const audio_converter &converter) {
+    uint32_t smallest = UINT32_MAX;
+    for (unsigned c = 0; c < AUDIO_MAX_CHANNELS; ++c) {
+        if (converter.channel_input_capacity[c] != 0) {
+            smallest = std::min(smallest, converter.channel_input_capacity[c]);
+        }
+        if (converter.channel_input_count[c] != 0) {
+            smallest = std::min(smallest, converter.channel_input_count[c]);
+        }
+    }
+    return longestChannelInput(converter) == 0 ? 0 : smallest;
+}
+
+// Sends what the channel buffers hold. A full output does not stop it; memory does.
 uint32_t drainChannelInputs(audio_converter &converter) {
-    // What an earlier call could not write needs no further memory once it is gone.
-    writeOutput(converter, converter.resampled);
+    markEmptyChannelsEnded(converter);
     for (uint32_t block = nextDrainBlock(converter); block != 0;
          block = nextDrainBlock(converter)) {
         bool taken;
@@ -45,9 +51,11 @@ uint32_t drainChannelInputs(audio_converter &converter) {
             return 1;
         }
         advanceChannelInputs(converter, block);
-        // Refused output piles up: room for all of it at once, not block by block.
-        if (result != 0 && resamplerReserve(converter, longestChannelInput(converter)) != 0) {
-            return 1;
+        markEmptyChannelsEnded(converter);
+        if (result != 0) {
+            // Output piles up: room for all of it at once. Without it the blocks make do one by
+            // one.
+            resamplerReserve(converter, longestChannelInput(converter));
         }
     }
     return 0;
@@ -55,7 +63,8 @@ uint32_t drainChannelInputs(audio_converter &converter) {
 
 // Completes the pair of an odd last frame with one frame of silence.
 uint32_t completePair(audio_converter &converter, channel_buffer_set &set) {
-    if (!travelsInPairs(converter.settings.output_format) || set.count % PAIR == 0) {
+    if (!travelsInPairs(converter.settings.output_format) ||
+        waitingSamples(converter, set) % PAIR == 0) {
         return 0;
     }
     const uint32_t arrays =
@@ -78,6 +87,9 @@ uint32_t audioConverterDone(audio_converter *converter, uint32_t discard_tail) {
     }
     converter->done = 1;
     converter->stalled = 0;
+    channel_buffer_set &held = heldOutput(*converter);
+    // The host knows which of its streams were full; what they did not accept waits.
+    writeOutput(*converter, held);
     channel_buffer_set *set;
     if (drainChannelInputs(*converter) != 0 ||
         resamplerFlush(*converter, &set, discard_tail) != 0) {
@@ -86,10 +98,9 @@ uint32_t audioConverterDone(audio_converter *converter, uint32_t discard_tail) {
     if (discard_tail != 0) {
         return 0;
     }
-    if (completePair(*converter, *set) != 0) {
+    if (completePair(*converter, held) != 0) {
         return 1;
     }
-    // The host knows what its streams refused; what they did stays for another call.
-    writeOutput(*converter, *set);
+    writeOutput(*converter, held);
     return 0;
 }

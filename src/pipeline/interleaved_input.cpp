@@ -139,11 +139,14 @@ uint32_t takeInput(audio_converter &converter, const input_bytes &input, channel
 
 uint32_t audioConverterPutBytes(audio_converter *converter, const uint8_t *bytes,
                                 uint32_t byte_count) {
-    if (converter == nullptr || (bytes == nullptr && byte_count != 0)) {
+    if (converter == nullptr) {
         return 1;
     }
     if (converter->settings.input_separate_channels != 0) {
         converter->err_printf(MIXED_INPUT_TEXT);
+        return 1;
+    }
+    if (byte_count != 0 && (bytes == nullptr || !canWrite(*converter))) {
         return 1;
     }
     converter->stalled = 0;

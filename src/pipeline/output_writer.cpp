@@ -1,5 +1,6 @@
 #include "pipeline/output_writer.h"
 
+#include "api/held_output.h"
 #include "codec/aes3.h"
 #include "codec/aes3_header.h"
 #include "codec/sample_count.h"
@@ -7,23 +8,26 @@
 #include "pipeline/stall.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace {
 
-// How far one call of writeOutput has come.
+// One call of writeOutput.
 struct output_writer {
-    const audio_converter &converter;
+    audio_converter &converter;
     const output_plan &plan;
-    channel_buffer_set &set;
-    uint32_t written; // of set.count samples
+    const channel_buffer_set &set;
 };
 
-// One pass: an area from every attached stream, and the sample count that all of them can take.
-struct output_pass {
-    uint8_t *areas[AUDIO_MAX_CHANNELS];
-    uint32_t samples;
+enum pass_result : uint8_t {
+    NOTHING_PENDING,
+    PROGRESS,    // some stream accepted samples
+    NO_ROOM,     // none did, and one has too little room for a unit
+    STREAM_FULL, // a reserve gave null
 };
+
+uint32_t pendingOf(const output_writer &writer, unsigned slot) {
+    return writer.set.count - writer.converter.output_position[slot];
+}
 
 uint32_t bytesOf(const output_writer &writer, uint32_t samples) {
     const audio_converter_settings &settings = writer.converter.settings;
@@ -31,7 +35,7 @@ uint32_t bytesOf(const output_writer &writer, uint32_t samples) {
                           settings.output_bits_per_sample);
 }
 
-// Whole samples (pairs, for the LPCM formats) of every stream in the room that one reports.
+// Whole samples (pairs, for the LPCM formats) in the share that one stream has of its room.
 uint32_t samplesInRoom(const output_writer &writer, uint32_t room) {
     const audio_converter_settings &settings = writer.converter.settings;
     return samplesInBytes(std::min(room / writer.plan.shares, LARGEST_BLOCK_BYTES),
@@ -39,42 +43,28 @@ uint32_t samplesInRoom(const output_writer &writer, uint32_t room) {
                           settings.output_bits_per_sample);
 }
 
-// Asks every attached stream for room. Returns 1 when one of them takes no more.
-uint32_t reservePass(const output_writer &writer, output_pass &pass) {
+// Samples of the next chunk: what the frame size and the area last reserved can take of a block of
+// `want` bytes.
+uint32_t chunkSamples(const output_writer &writer, bufstream *stream, uint32_t block,
+                      uint32_t want) {
     const output_plan &plan = writer.plan;
-    const bool is_aes3 = writer.converter.settings.output_format == AUDIO_FORMAT_AES3;
-    // More than the largest block is never asked for at once, so that its bytes fit in 32 bits.
-    const uint32_t block = std::min(writer.set.count - writer.written, plan.largest_block);
-    const uint32_t want = bytesOf(writer, block);
-    pass.samples = std::min(block & ~(plan.unit - 1), plan.largest_chunk);
-    for (unsigned slot = 0; slot < plan.shares; ++slot) {
-        bufstream *stream = writer.converter.out_streams[slot];
-        if (stream == nullptr) {
-            continue;
-        }
-        pass.areas[slot] = stream->reserve(stream, want);
-        if (pass.areas[slot] == nullptr) {
-            return 1;
-        }
-        uint32_t room = stream->free_bytes(stream);
-        if (is_aes3) {
-            room -= std::min(room, AES3_HEADER_BYTES);
-        }
-        // Most streams have room for all that is wanted, which needs no division.
-        if (room < uint64_t{want} * plan.shares) {
-            pass.samples = std::min(pass.samples, samplesInRoom(writer, room));
-        }
+    const uint32_t samples = std::min(block & ~(plan.unit - 1), plan.largest_chunk);
+    uint32_t room = stream->free_bytes(stream);
+    if (writer.converter.settings.output_format == AUDIO_FORMAT_AES3) {
+        room -= std::min(room, AES3_HEADER_BYTES);
     }
-    return 0;
+    // Most streams have room for all that is wanted, which needs no division.
+    return room >= uint64_t{want} * plan.shares ? samples
+                                                : std::min(samples, samplesInRoom(writer, room));
 }
 
-// All channels, or the slot's own.
+// All channels, or the slot's own, from the slot's position on.
 void encodeChunk(const output_writer &writer, unsigned slot, uint8_t *area, uint32_t samples) {
     const output_plan &plan = writer.plan;
     const audio_converter_settings &settings = writer.converter.settings;
     channel_pointers channels;
     for (unsigned c = 0; c < plan.stream_channels; ++c) {
-        channels[c] = writer.set.data[slot + c] + writer.written;
+        channels[c] = writer.set.data[slot + c] + writer.converter.output_position[slot];
     }
     if (settings.output_format == AUDIO_FORMAT_AES3) {
         encodeAes3(channels, area, samples, plan.stream_channels, settings.output_bits_per_sample,
@@ -84,51 +74,68 @@ void encodeChunk(const output_writer &writer, unsigned slot, uint8_t *area, uint
     }
 }
 
-void commitPass(output_writer &writer, const output_pass &pass) {
-    const uint32_t bytes = bytesOf(writer, pass.samples);
-    for (unsigned slot = 0; slot < writer.plan.shares; ++slot) {
-        bufstream *stream = writer.converter.out_streams[slot];
-        if (stream == nullptr) {
-            continue;
-        }
-        encodeChunk(writer, slot, pass.areas[slot], pass.samples);
-        stream->commit(stream, bytes);
-        stream->aux_info(stream, bytes, AUX_INFO_CHUNK, nullptr, 0);
+// One chunk of one stream, from reserve to aux_info: the area need not outlive a call of any other
+// stream.
+pass_result serveSlot(const output_writer &writer, unsigned slot) {
+    bufstream *stream = writer.converter.out_streams[slot];
+    // More than the largest block is never asked for at once, so that its bytes fit in 32 bits.
+    const uint32_t block = std::min(pendingOf(writer, slot), writer.plan.largest_block);
+    const uint32_t want = bytesOf(writer, block);
+    uint8_t *area = stream->reserve(stream, want);
+    if (area == nullptr) {
+        return STREAM_FULL;
     }
-    writer.written += pass.samples;
+    const uint32_t samples = chunkSamples(writer, stream, block, want);
+    if (samples == 0) {
+        return NO_ROOM;
+    }
+    encodeChunk(writer, slot, area, samples);
+    writer.converter.output_position[slot] += samples;
+    const uint32_t bytes = bytesOf(writer, samples);
+    stream->commit(stream, bytes);
+    stream->aux_info(stream, bytes, AUX_INFO_CHUNK, nullptr, 0);
+    return PROGRESS;
 }
 
-// Repeats passes until less than a unit is pending.
-uint32_t writePasses(output_writer &writer, uint8_t &stalled) {
-    stall waiting = {};
-    while (writer.set.count - writer.written >= writer.plan.unit) {
-        output_pass pass;
-        if (reservePass(writer, pass) != 0) {
-            return 1;
-        }
-        if (pass.samples != 0) {
-            commitPass(writer, pass);
-            waiting = {};
-            stalled = 0;
+// Serves, in slot order, every stream that has at least a unit pending. A stream that is full or
+// has no room ends the pass.
+pass_result servePass(const output_writer &writer) {
+    pass_result result = NOTHING_PENDING;
+    for (unsigned slot = 0; slot < writer.plan.shares; ++slot) {
+        if (writer.converter.out_streams[slot] == nullptr ||
+            pendingOf(writer, slot) < writer.plan.unit) {
             continue;
         }
-        if (stalled != 0 || !waitForRoom(waiting)) {
+        const pass_result served = serveSlot(writer, slot);
+        if (served == NO_ROOM && result == PROGRESS) {
+            return PROGRESS;
+        }
+        if (served != PROGRESS) {
+            return served;
+        }
+        result = PROGRESS;
+    }
+    return result;
+}
+
+// Repeats passes until no stream has a unit pending.
+uint32_t writePasses(const output_writer &writer) {
+    uint8_t &stalled = writer.converter.stalled;
+    stall waiting = {};
+    for (;;) {
+        const pass_result result = servePass(writer);
+        if (result == NOTHING_PENDING) {
+            return 0;
+        }
+        if (result == PROGRESS) {
+            waiting = {};
+            stalled = 0;
+        } else if (result == STREAM_FULL) {
+            return 1;
+        } else if (stalled != 0 || !waitForRoom(waiting)) {
             stalled = 1;
             return 1;
         }
-    }
-    return 0;
-}
-
-// Brings the samples not written to the start of the arrays.
-void keepPending(const output_writer &writer) {
-    channel_buffer_set &set = writer.set;
-    set.count -= writer.written;
-    if (writer.written == 0 || set.count == 0) {
-        return;
-    }
-    for (unsigned slot = 0; slot < writer.converter.settings.output_channels; ++slot) {
-        memmove(set.data[slot], set.data[slot] + writer.written, set.count * sizeof(int32_t));
     }
 }
 
@@ -138,11 +145,10 @@ uint32_t writeOutput(audio_converter &converter, channel_buffer_set &set) {
     if (set.count == 0) {
         return 0;
     }
-    if (converter.output.largest_chunk == 0) {
+    if (!canWrite(converter)) {
         return 1;
     }
-    output_writer writer = {converter, converter.output, set, 0};
-    const uint32_t result = writePasses(writer, converter.stalled);
-    keepPending(writer);
+    const uint32_t result = writePasses({converter, converter.output, set});
+    dropAccepted(converter, set);
     return result;
 }

@@ -2,12 +2,17 @@
 
 #include "api/instance.h"
 
-// Encodes the set's samples in the output format and hands them to the attached streams, in chunks
-// bounded by out_frame_size and by what each stream can take. Allocates nothing.
+// False while nothing can ever be written: no stream is attached to a slot of the output, the frame
+// size or a stream's share of it is below one unit, or AES3 would go to separate streams.
+inline bool canWrite(const audio_converter &converter) {
+    return converter.output.largest_chunk != 0;
+}
+
+// Encodes the set's samples in the output format and hands them to the attached streams, each from
+// its own position on, in chunks bounded by out_frame_size and by what the stream can take.
+// Allocates nothing.
 //
-// Returns 0 when all were written; an odd last frame of the two LPCM formats stays, alone, at the
-// start of the arrays. Returns 1 when the output refused: nothing can ever be written (no stream,
-// a frame size below one frame, AES3 to separate streams), a reserve gave null, or no room came
-// for 2 seconds. The samples not written are then moved to the start of the arrays and `count`
-// says how many they are.
+// Returns 0 when every stream has accepted all; an odd last frame of the two LPCM formats stays.
+// Returns 1 when nothing can be written, a reserve gave null, or no room came for 2 seconds. What
+// some stream has not accepted stays in the set.
 uint32_t writeOutput(audio_converter &converter, channel_buffer_set &set);

@@ -13,8 +13,8 @@ namespace {
 // A speaker of the layout takes input while it is active. One that the layout lacks always does;
 // its samples are never mixed.
 bool takesInput(const audio_converter &converter, unsigned channel) {
-    return channel < AUDIO_MAX_CHANNELS && (converter.channel_active[channel] != 0 ||
-                                            inputSlot(converter, channel) == AUDIO_MAX_CHANNELS);
+    return converter.channel_active[channel] != 0 ||
+           inputSlot(converter, channel) == AUDIO_MAX_CHANNELS;
 }
 
 // Appends the samples of a call to the channel's buffer. Returns 1 with nothing taken when memory
@@ -42,6 +42,14 @@ uint32_t decodeOneChannel(audio_converter &converter, const uint8_t *bytes, uint
     return 0;
 }
 
+// Undoes decodeOneChannel.
+void takeBack(audio_converter &converter, unsigned channel, uint32_t samples) {
+    converter.channel_input_count[channel] -= samples;
+    if (converter.channel_active[channel] == 0) {
+        silenceBehind(converter, channel);
+    }
+}
+
 bool everyActiveChannelHolds(const audio_converter &converter, uint32_t samples) {
     for (unsigned c = 0; c < AUDIO_MAX_CHANNELS; ++c) {
         if (converter.channel_active[c] != 0 && converter.channel_input_count[c] < samples) {
@@ -56,25 +64,21 @@ uint32_t waitThreshold(const audio_converter &converter) {
     return hasEqualRates(converter) ? converter.work.capacity : converter.largest_channel_block;
 }
 
-// Sends the block of a call, rounded down to whole pairs where the output needs them. The odd
-// samples of two calls make up a pair of their own.
-uint32_t sendBlock(audio_converter &converter, uint32_t samples, bool &taken) {
-    if (!sendsPairs(converter) || samples % PAIR == 0) {
-        return processBlock(converter, samples, taken);
+// True when no stream was ever attached, so that no channel could become active.
+bool hasNoOutput(const audio_converter &converter) {
+    return converter.output.shares == 0;
+}
+
+// Refusals that print nothing. A call of nothing is good for what waits even where bytes are not
+// taken for want of an output.
+bool isRefused(const audio_converter &converter, const uint8_t *bytes, uint32_t byte_count,
+               unsigned channel) {
+    if (byte_count == 0 && hasNoOutput(converter)) {
+        return converter.done != 0;
     }
-    const uint32_t result = processBlock(converter, samples - 1, taken);
-    if (!taken) {
-        return result;
-    }
-    const bool completes_pair =
-        converter.odd_sample_waits != 0 && everyActiveChannelHolds(converter, PAIR);
-    converter.odd_sample_waits = !completes_pair;
-    if (result != 0 || !completes_pair) {
-        return result;
-    }
-    bool pair_taken;
-    const uint32_t pair_result = processBlock(converter, PAIR, pair_taken);
-    return pair_taken ? pair_result : 0;
+    return converter.done != 0 || !takesInput(converter, channel) ||
+           byte_count > LARGEST_BLOCK_BYTES ||
+           (byte_count != 0 && (bytes == nullptr || !canWrite(converter)));
 }
 
 } // namespace
@@ -88,12 +92,14 @@ uint32_t audioConverterPutBytesOneChannel(audio_converter *converter, const uint
         converter->err_printf(MIXED_INPUT_TEXT);
         return 1;
     }
+    if (channel >= AUDIO_MAX_CHANNELS) {
+        return 1;
+    }
     if (converter->settings.input_format == AUDIO_FORMAT_AES3) {
         converter->err_printf(AES3_PAIRS_TEXT);
         return 1;
     }
-    if ((bytes == nullptr && byte_count != 0) || byte_count > LARGEST_BLOCK_BYTES ||
-        converter->done != 0 || !takesInput(*converter, channel)) {
+    if (isRefused(*converter, bytes, byte_count, channel)) {
         return 1;
     }
     converter->stalled = 0;
@@ -106,9 +112,9 @@ uint32_t audioConverterPutBytesOneChannel(audio_converter *converter, const uint
         return writeOutput(*converter, converter->resampled);
     }
     bool taken;
-    const uint32_t result = sendBlock(*converter, samples, taken);
+    const uint32_t result = processBlock(*converter, samples, taken);
     if (!taken) {
-        converter->channel_input_count[channel] -= samples;
+        takeBack(*converter, channel, samples);
     }
     return result;
 }
@@ -125,5 +131,6 @@ uint32_t audioConverterNoMoreDataInChannel(audio_converter *converter, uint32_t 
         return 1;
     }
     converter->channel_active[channel] = 0;
+    silenceBehind(*converter, channel);
     return 0;
 }
