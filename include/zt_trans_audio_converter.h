@@ -60,8 +60,10 @@
  * not-a-number becomes 0. The resampler saturates. Designed mixing gains cannot
  * exceed full scale; a user matrix can: a sum of 2147483648.0 or more, below
  * -2147483648.0, or not a number becomes -2147483648. Shorter depths truncate towards
- * minus infinity; nothing is rounded or dithered. The calling thread must have the
- * floating-point environment it started with: rounding to nearest, no traps.
+ * minus infinity; nothing is rounded or dithered. The calling thread must round to
+ * nearest. It may have unmasked traps other than inexact: with finite input and gains
+ * of magnitude up to 1, no call raises invalid, division by zero, overflow or
+ * underflow. A float that is not a number, or a user matrix beyond that, may raise them.
  *
  * RESULTS AND THREADS
  *
@@ -260,17 +262,31 @@ typedef int (*host_printer)(const char *format, ...);
  *
  * One chunk: reserve, free_bytes, then, if anything was written, commit and aux_info.
  * A stream that reports too little room for one frame (two frames for LPCM_PAIRED and
- * LPCM_BE, plus 4 bytes for AES3) is asked again, first at once and then every
- * millisecond; after 2 seconds without progress the call returns 1. With separate
- * output streams, each stream's room is divided by the output channel count, every
- * pass reserves on all streams first, and all take the same number of samples, so
- * streams never drift apart. */
+ * LPCM_BE, plus 4 bytes for AES3) is asked again, first at once and then about every
+ * millisecond; after 2 seconds without progress the call returns 1.
+ *
+ * With separate output streams each stream's room is divided by the output channel
+ * count. A pass serves the streams in slot order, one chunk each; an area need not
+ * survive a call of another stream, so streams may share one pool, and one stream may
+ * stand in several slots. Slot order is priority: a null ends the call, and too little
+ * room ends the pass, before later slots are served, so slot 0 without room holds up
+ * all slots, the last slot none. Every slot has its own position in the output: what
+ * its stream has not accepted waits for it alone, and each stream gets each of its
+ * samples exactly once. A slot without a stream stands at the oldest sample held: a
+ * stream attached later begins there. A stream that replaces another goes on where
+ * that one stood.
+ *
+ * The area may overlap the input of the same call: all input is decoded before the
+ * first reserve.
+ *
+ * Output that waits takes memory for as long as input goes on. A host that has lost a
+ * stream replaces it by one that discards. */
 typedef struct bufstream bufstream;
 struct bufstream {
     /* Bytes that the area of the last reserve can take. */
     uint32_t (*free_bytes)(bufstream *stream);
     /* A writable area for the next bytes; byte_count is what the writer would like to
-     * write, all that is pending, and the area may be smaller: no more than
+     * write, all that is pending in the slot, and the area may be smaller: no more than
      * settings.out_frame_size is taken at once (AES3: 4 bytes more). With separate output streams,
      * an area that shall hold byte_count needs room for byte_count times the output channels. Null:
      * the stream takes no more; the call that was writing returns 1. */
@@ -335,9 +351,9 @@ int32_t audioConverterInit(audio_converter *converter, bufstream *stream);
 /* Attaches the stream of one output slot of a converter whose output_separate_channels
  * is set. As audioConverterInit, and:
  *
- *   channel  output slot, 0 to 7. Every slot needs a stream of its own. Channels whose
- *            slot has no stream are dropped; a stream in a slot that the output layout
- *            does not have is kept and never called. With slot 0 alone attached, that
+ *   channel  output slot, 0 to 7. Channels whose slot has no stream are dropped. A
+ *            stream in a slot at or beyond the output channel count is kept, never
+ *            called, and does not count as attached. With slot 0 alone attached, that
  *            stream receives all channels interleaved.
  *
  * Returns 1 silently for a channel outside 0 to 7, before any other check. */
@@ -357,17 +373,21 @@ void audioConverterFree(audio_converter *converter);
  * Returns 0 when the bytes were taken and everything that could come out was written.
  * An odd last frame of LPCM_PAIRED or LPCM_BE output waits for its partner.
  *
- * Returns 1 with nothing taken and nothing changed (repeat the call to go on) when
- *   - the converter is null, or bytes is null and byte_count is not 0;
+ * Returns 1 with nothing taken and nothing changed, before any stream is called, when
+ *   - the converter is null;
  *   - input_separate_channels is set (with a message);
+ *   - bytes is null and byte_count is not 0;
+ *   - nothing can ever be written and byte_count is not 0: no stream is attached,
+ *     out_frame_size or a stream's share of it is below one frame (two for the LPCM
+ *     formats), or AES3 would go to separate streams;
  *   - the size limit above is passed;
- *   - memory ran out, or more than 2^30 - 1 samples would have to be held.
- * Returns 1 with the bytes taken (do not repeat them) when the output refused, which a host
- * knows by its own streams: no stream
- * is attached, out_frame_size or a stream's share of it is below one frame (two for the
- * LPCM formats), AES3 was to go to separate streams, reserve gave null, or no room came
- * for 2 seconds. What was not written waits, in order, and goes out first in the next
- * call; 0 bytes will do. Nothing is repeated and nothing lost.
+ *   - memory ran out, or more than 2^30 - 1 samples would have to be held: the call can
+ *     be retried.
+ * Returns 1 with the bytes taken (do not repeat them) when the output is full, which a
+ * host knows by its own streams: reserve gave null, or no room came for 2 seconds. What
+ * was not written waits, in order, and goes out first in the next call; 0 bytes will
+ * do. No sample is lost or repeated. A call of 0 bytes returns 1 as well when output
+ * waits that can no longer be written.
  *
  * AES3 input whose block header does not match the settings ends the stream: whole
  * frames of the same call that precede it are dropped, nothing more comes out, and calls
@@ -384,19 +404,27 @@ uint32_t audioConverterPutBytes(audio_converter *converter, const uint8_t *bytes
  *
  * The samples wait in the channel's buffer until every active channel holds at least as
  * many as the largest block of any call so far (one that ran out of memory included); then
- * a block as long as this call's samples goes through. For LPCM output an odd sample waits
- * for its partner. Feed the channels in turn, in blocks of like size: a channel that runs
- * far ahead costs, in every call, time for all that it holds. Input of a channel that the mask
- * lacks is never mixed, but counts in every other way: it drives blocks, and lengthens the stream.
+ * a block as long as this call's samples goes through. A call whose block does not go
+ * through yet writes what waits and returns the result of that. For LPCM output an odd
+ * last frame waits for its partner. Feed the channels in turn, in blocks of like size: a channel
+ * that runs far ahead costs, in every call, time for all that it holds. Input of a channel that the
+ * mask lacks is never mixed, but counts in every other way: it drives blocks, and lengthens the
+ * stream.
  *
- * Returns 1 with nothing taken (repeat the call to go on) when the converter is null,
- * bytes is null and byte_count is not 0, the flag is clear (with a message), the input
- * format is AES3 (with a message), channel is above 7, the channel is one of the layout
- * but not active (it has ended, or no output is attached yet), audioConverterDone was
- * called, a size limit is passed, or memory ran out.
- * Returns 1 with the bytes taken when the output refused, as in audioConverterPutBytes.
- * The block has then left the channel buffers; what was not written of it is dropped
- * with equal rates, and goes out first in the next call with a rate change. */
+ * Returns 1 with nothing taken, before any stream is called, when
+ *   - the converter is null;
+ *   - the flag is clear (with a message);
+ *   - channel is above 7;
+ *   - the input format is AES3 (with a message);
+ *   - bytes is null and byte_count is not 0;
+ *   - the channel is one of the layout but has ended, or audioConverterDone was called;
+ *   - nothing can ever be written and byte_count is not 0, as in
+ *     audioConverterPutBytes;
+ *   - a size limit is passed;
+ *   - memory ran out: the call can be retried. The temporary block that removing a block
+ *     from the channel buffers may need is asked for before all else of that block.
+ * Returns 1 with the bytes taken when the output is full, as in audioConverterPutBytes:
+ * what was not written waits and goes out first in the next call. */
 uint32_t audioConverterPutBytesOneChannel(audio_converter *converter, const uint8_t *bytes,
                                           uint32_t byte_count, uint8_t channel);
 
@@ -409,20 +437,21 @@ uint32_t audioConverterPutBytesOneChannel(audio_converter *converter, const uint
  * converter is null, the flag is clear (with a message) or channel is above 7. */
 uint32_t audioConverterNoMoreDataInChannel(audio_converter *converter, uint32_t channel);
 
-/* Ends the stream: writes what the channel buffers hold, shorter channels continued with
- * silence, then the tail of the rate conversion.
+/* Ends the stream: writes what earlier calls could not, then what the channel buffers
+ * hold, shorter channels continued with silence, then the tail of the rate conversion.
  *
  *   discard_tail  0: everything comes out, and an odd frame of LPCM output is completed
  *                 with one frame of silence. Other: what the rate conversion holds is
- *                 dropped, and nothing is written after the channel buffers
+ *                 dropped, and nothing is written after the channel buffers; an odd
+ *                 frame of LPCM output waits for a later call with 0
  *
  * Bytes of an incomplete interleaved input frame are dropped. The next call is normally
  * audioConverterFree; later input is safe, though separate-channel input is refused.
  *
- * Returns 0 even when a stream refused: the host knows, because its reserve gave null or
- * its room did not come. What was not written waits, and another audioConverterDone writes
- * it; but with equal rates, refused samples of the channel buffers are dropped. Once it
- * has waited 2 seconds in vain, the same call waits no more until a stream makes room again.
+ * Returns 0 even when the output was full: the host knows, because its reserve gave null
+ * or its room did not come. What was not written waits, and another audioConverterDone
+ * writes it. Once it has timed out, the same call waits no more until a stream makes
+ * room again.
  * Returns 1 when converter is null or memory ran out: the rest is kept, and calling again
  * goes on. */
 uint32_t audioConverterDone(audio_converter *converter, uint32_t discard_tail);
