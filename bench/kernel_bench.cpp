@@ -140,7 +140,7 @@ void benchResample(benchmark::State &state, rate_row row, int form, uint8_t chan
     const uint32_t outputs = rounds * filter.up_factor;
     const channel_noise in(size_t{rounds} * filter.down_factor + 64);
     channel_noise out(outputs);
-    const resample_job job = {&filter, converter->kernel_table, in.pointers, out.pointers, outputs};
+    const resample_job job = {&filter, filter.kernel_table, in.pointers, out.pointers, outputs};
     for (auto _ : state) {
         if (form < 0) {
             for (unsigned c = 0; c < channels; ++c) {

@@ -1,7 +1,7 @@
 // The buffers of input channels that have ended: silent from their count to their capacity at every
 // moment.
 
-#include "api/instance.h"
+#include "core/instance.h"
 #include "support/conversion.h"
 
 #include <gtest/gtest.h>
@@ -11,14 +11,12 @@
 namespace {
 
 void expectSilence(const conversion &run, const char *moment) {
-    const audio_converter &converter = *run.converter;
-    for (unsigned c = 0; c < AUDIO_MAX_CHANNELS; ++c) {
-        const int32_t *array = converter.channel_input[c];
-        const uint32_t end = converter.channel_input_sent[c] + converter.channel_input_count[c];
-        if (converter.channel_active[c] == 0 && array != nullptr) {
-            EXPECT_TRUE(std::all_of(array + end, array + converter.channel_input_capacity[c],
+    for (const channel_input &input : run.converter->inputs) {
+        if (input.active == 0 && input.samples != nullptr) {
+            EXPECT_TRUE(std::all_of(input.samples + input.sent + input.count,
+                                    input.samples + input.capacity,
                                     [](int32_t sample) { return sample == 0; }))
-                << moment << ", channel " << c;
+                << moment << ", channel " << &input - run.converter->inputs;
         }
     }
 }

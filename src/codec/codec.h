@@ -1,6 +1,6 @@
 #pragma once
 
-#include "codec/channel_pointers.h"
+#include "core/channel_pointers.h"
 
 // The five sample formats, between bytes and signed 32-bit samples.
 //

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "codec/channel_pointers.h"
 #include "codec/row_formats.h"
+#include "core/channel_pointers.h"
 
 #include <emmintrin.h>
 

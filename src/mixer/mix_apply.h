@@ -1,6 +1,6 @@
 #pragma once
 
-#include "codec/channel_pointers.h"
+#include "core/channel_pointers.h"
 #include "mixer/mixer.h"
 
 // Mixes n frames in place. Each output is the sum over the input slots in ascending order of

@@ -1,6 +1,6 @@
 #include "mixer/mix_matrix_design.h"
 
-#include "api/settings.h"
+#include "core/settings.h"
 
 #include <bit>
 #include <cmath>

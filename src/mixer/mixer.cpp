@@ -32,46 +32,44 @@ void remapMixMatrix(gain_matrix &matrix, const uint8_t *input_map, const uint8_t
     memcpy(matrix, by_slot, sizeof matrix);
 }
 
-uint32_t mixerSetup(audio_converter &converter) {
-    audio_converter_settings &settings = converter.settings;
-    converter.mix_enabled = 0;
-    converter.reorder_enabled = 0;
+uint32_t mixerSetup(mixer_state &state, audio_converter_settings &settings) {
     if (settings.input_order_map_enabled == 0) {
         buildOrderMap(settings.input_order_map, settings.input_channel_mask);
     }
     if (settings.output_order_map_enabled == 0) {
         buildOrderMap(settings.output_order_map, settings.output_channel_mask);
     }
-    if (settings.input_channel_mask == settings.output_channel_mask) {
-        converter.reorder_enabled = memcmp(settings.input_order_map, settings.output_order_map,
-                                           sizeof settings.input_order_map) != 0;
+    state.input_channels = settings.input_channels;
+    state.output_channels = settings.output_channels;
+    memcpy(state.input_map, settings.input_order_map, sizeof state.input_map);
+    memcpy(state.output_map, settings.output_order_map, sizeof state.output_map);
+    state.mix_enabled = settings.input_channel_mask != settings.output_channel_mask;
+    state.reorder_enabled = state.mix_enabled == 0 &&
+                            memcmp(state.input_map, state.output_map, sizeof state.input_map) != 0;
+    if (state.mix_enabled == 0) {
         return 0;
     }
-    converter.mix_enabled = 1;
     if (settings.user_matrix_enabled != 0) {
-        memcpy(converter.mix_matrix, &settings.user_matrix, sizeof converter.mix_matrix);
+        memcpy(state.mix_matrix, &settings.user_matrix, sizeof state.mix_matrix);
     } else {
-        designMixMatrix(converter.mix_matrix, settings.input_channel_mask,
-                        settings.output_channel_mask, settings.input_channels);
+        designMixMatrix(state.mix_matrix, settings.input_channel_mask, settings.output_channel_mask,
+                        settings.input_channels);
     }
-    remapMixMatrix(converter.mix_matrix, settings.input_order_map, settings.output_order_map);
+    remapMixMatrix(state.mix_matrix, state.input_map, state.output_map);
     return 0;
 }
 
-uint32_t mixerRun(audio_converter &converter, uint32_t n) {
-    const audio_converter_settings &settings = converter.settings;
-    channel_buffer_set &work = converter.work;
-    if (n != 0 && (converter.mix_enabled != 0 || converter.reorder_enabled != 0)) {
+uint32_t mixerRun(const mixer_state &state, cpu_level level, channel_buffer_set &work, uint32_t n) {
+    if (n != 0 && (state.mix_enabled != 0 || state.reorder_enabled != 0)) {
         channel_pointers channels;
         for (unsigned slot = 0; slot < AUDIO_MAX_CHANNELS; ++slot) {
             channels[slot] = work.data[slot] + work.count;
         }
-        if (converter.mix_enabled != 0) {
-            mixChannels(converter.level, converter.mix_matrix, channels, n, settings.input_channels,
-                        settings.output_channels);
+        if (state.mix_enabled != 0) {
+            mixChannels(level, state.mix_matrix, channels, n, state.input_channels,
+                        state.output_channels);
         } else {
-            moveChannels(channels, n, settings.input_order_map, settings.output_order_map,
-                         settings.input_channels);
+            moveChannels(channels, n, state.input_map, state.output_map, state.input_channels);
         }
     }
     work.count += n;

@@ -1,7 +1,5 @@
 #include "pipeline/channel_inputs.h"
 
-#include "api/buffers.h"
-
 #include <algorithm>
 #include <cstring>
 
@@ -10,37 +8,43 @@ namespace {
 // Makes the next `samples` samples of a channel readable: silence behind those it holds, for which
 // the array of an ended channel may have to grow.
 uint32_t supplyBlock(audio_converter &converter, unsigned channel, uint32_t samples) {
-    uint32_t &sent = converter.channel_input_sent[channel];
-    if (sent + uint64_t{samples} <= converter.channel_input_capacity[channel]) {
+    channel_input &input = converter.inputs[channel];
+    if (input.sent + uint64_t{samples} <= input.capacity) {
         return 0;
     }
-    int32_t *array = converter.channel_input[channel];
-    memmove(array, array + sent, converter.channel_input_count[channel] * sizeof(int32_t));
-    sent = 0;
+    memmove(input.samples, input.samples + input.sent, input.count * sizeof(int32_t));
+    input.sent = 0;
     const uint32_t failed = growChannelInput(converter, channel, samples);
-    silenceBehind(converter, channel);
+    silenceBehind(input);
     return failed;
 }
 
+// True when a speaker channel has a place in the frame and samples for it.
+bool lendsItsArray(const audio_converter &converter, unsigned channel) {
+    return inputSlot(converter, channel) != AUDIO_MAX_CHANNELS &&
+           converter.inputs[channel].samples != nullptr;
+}
+
 uint32_t lendBlock(audio_converter &converter, uint32_t samples) {
+    channel_buffer_set &work = converter.work;
     for (unsigned c = 0; c < AUDIO_MAX_CHANNELS; ++c) {
-        const unsigned slot = inputSlot(converter, c);
-        if (slot == AUDIO_MAX_CHANNELS || converter.channel_input[c] == nullptr) {
+        if (!lendsItsArray(converter, c)) {
             continue;
         }
         if (supplyBlock(converter, c, samples) != 0) {
             return 1;
         }
-        lendToWork(converter, slot, converter.channel_input[c] + converter.channel_input_sent[c]);
+        const channel_input &input = converter.inputs[c];
+        lendPosition(converter.memory, work, inputSlot(converter, c), input.samples + input.sent);
     }
-    if (growUnlentPositions(converter, samples) != 0) {
+    if (growOwnedPositions(converter.memory, work, samples) != 0) {
         return 1;
     }
     // A channel that never received input has nothing to lend: silence in the set's own array.
     for (unsigned c = 0; c < AUDIO_MAX_CHANNELS && samples != 0; ++c) {
         const unsigned slot = inputSlot(converter, c);
-        if (slot != AUDIO_MAX_CHANNELS && converter.channel_input[c] == nullptr) {
-            memset(converter.work.data[slot], 0, samples * sizeof(int32_t));
+        if (slot != AUDIO_MAX_CHANNELS && !lendsItsArray(converter, c)) {
+            memset(work.data[slot], 0, samples * sizeof(int32_t));
         }
     }
     return 0;
@@ -48,7 +52,7 @@ uint32_t lendBlock(audio_converter &converter, uint32_t samples) {
 
 uint32_t copyBlock(audio_converter &converter, uint32_t samples) {
     channel_buffer_set &work = converter.work;
-    if (growChannelBufferSet(converter, work, samples, AUDIO_MAX_CHANNELS) != 0) {
+    if (growChannelBufferSet(converter.memory, work, samples, AUDIO_MAX_CHANNELS) != 0) {
         return 1;
     }
     for (unsigned c = 0; c < AUDIO_MAX_CHANNELS; ++c) {
@@ -56,11 +60,11 @@ uint32_t copyBlock(audio_converter &converter, uint32_t samples) {
         if (slot == AUDIO_MAX_CHANNELS) {
             continue;
         }
-        const uint32_t held = std::min(converter.channel_input_count[c], samples);
+        const channel_input &input = converter.inputs[c];
+        const uint32_t held = std::min(input.count, samples);
         int32_t *behind = work.data[slot] + work.count;
         if (held != 0) {
-            const int32_t *next = converter.channel_input[c] + converter.channel_input_sent[c];
-            memcpy(behind, next, held * sizeof(int32_t));
+            memcpy(behind, input.samples + input.sent, held * sizeof(int32_t));
         }
         memset(behind + held, 0, (samples - held) * sizeof(int32_t));
     }
@@ -68,22 +72,36 @@ uint32_t copyBlock(audio_converter &converter, uint32_t samples) {
 }
 
 // What a channel keeps when a block is removed from it.
-uint32_t remainderOf(const audio_converter &converter, unsigned channel, uint32_t samples) {
-    const uint32_t count = converter.channel_input_count[channel];
-    return count - std::min(count, samples);
+uint32_t remainderOf(const channel_input &input, uint32_t samples) {
+    return input.count - std::min(input.count, samples);
 }
 
 // Restores the silence of an ended channel where its samples stood or the mixer wrote in place:
 // positions begin .. end - 1, as far as the array goes. Behind them it is silent already.
-void silenceUsed(audio_converter &converter, unsigned channel, uint32_t begin, uint32_t end) {
-    end = std::min(end, converter.channel_input_capacity[channel]);
+void silenceUsed(const channel_input &input, uint32_t begin, uint32_t end) {
+    end = std::min(end, input.capacity);
     if (begin < end) {
-        memset(converter.channel_input[channel] + begin, 0, (end - begin) * sizeof(int32_t));
+        memset(input.samples + begin, 0, (end - begin) * sizeof(int32_t));
     }
 }
 
-bool needsTemporary(const audio_converter &converter, unsigned channel, uint32_t remainder) {
-    return remainder > converter.channel_input_capacity[channel] / 2;
+bool needsTemporary(const channel_input &input, uint32_t remainder) {
+    return remainder > input.capacity / 2;
+}
+
+void compact(channel_input &input, uint32_t samples, int32_t *temporary) {
+    const uint32_t used = std::max(input.count, samples);
+    input.count = remainderOf(input, samples);
+    const size_t bytes = input.count * sizeof(int32_t);
+    if (needsTemporary(input, input.count)) {
+        memcpy(temporary, input.samples + samples, bytes);
+        memcpy(input.samples, temporary, bytes);
+    } else if (input.count != 0) {
+        memmove(input.samples, input.samples + samples, bytes);
+    }
+    if (input.active == 0) {
+        silenceUsed(input, input.count, used);
+    }
 }
 
 } // namespace
@@ -94,22 +112,22 @@ unsigned inputSlot(const audio_converter &converter, unsigned channel) {
 }
 
 uint32_t growChannelInput(audio_converter &converter, unsigned channel, uint64_t sample_count) {
-    if (sample_count <= converter.channel_input_capacity[channel]) {
+    channel_input &input = converter.inputs[channel];
+    if (sample_count <= input.capacity) {
         return 0;
     }
-    int32_t *array = allocateSamples(converter, sample_count);
+    int32_t *array = allocateSamples(converter.memory, sample_count);
     if (array == nullptr) {
         return 1;
     }
-    int32_t *&current = converter.channel_input[channel];
-    if (current != nullptr) {
-        memcpy(array, current, converter.channel_input_count[channel] * sizeof(int32_t));
-        converter.free(current);
+    if (input.samples != nullptr) {
+        memcpy(array, input.samples, input.count * sizeof(int32_t));
+        converter.memory.free(input.samples);
     }
-    current = array;
-    converter.channel_input_capacity[channel] = static_cast<uint32_t>(sample_count);
+    input.samples = array;
+    input.capacity = static_cast<uint32_t>(sample_count);
     const unsigned slot = inputSlot(converter, channel);
-    if (slot != AUDIO_MAX_CHANNELS && converter.work_borrowed[slot] != 0) {
+    if (slot != AUDIO_MAX_CHANNELS && converter.work.borrowed[slot] != 0) {
         converter.work.data[slot] = array;
     }
     return 0;
@@ -119,58 +137,42 @@ uint32_t presentBlock(audio_converter &converter, uint32_t samples) {
     return hasEqualRates(converter) ? lendBlock(converter, samples) : copyBlock(converter, samples);
 }
 
+void silenceBehind(const channel_input &input) {
+    silenceUsed(input, input.sent + input.count, input.capacity);
+}
+
 uint32_t longestChannelInput(const audio_converter &converter) {
-    return *std::max_element(converter.channel_input_count,
-                             converter.channel_input_count + AUDIO_MAX_CHANNELS);
+    uint32_t longest = 0;
+    for (const channel_input &input : converter.inputs) {
+        longest = std::max(longest, input.count);
+    }
+    return longest;
 }
 
 uint32_t compactionTemporary(const audio_converter &converter, uint32_t samples) {
     uint32_t largest = 0;
-    for (unsigned c = 0; c < AUDIO_MAX_CHANNELS && samples != 0; ++c) {
-        const uint32_t remainder = remainderOf(converter, c, samples);
-        if (needsTemporary(converter, c, remainder)) {
+    for (const channel_input &input : converter.inputs) {
+        const uint32_t remainder = samples == 0 ? 0 : remainderOf(input, samples);
+        if (needsTemporary(input, remainder)) {
             largest = std::max(largest, remainder);
         }
     }
     return largest;
 }
 
-void silenceBehind(audio_converter &converter, unsigned channel) {
-    const uint32_t end =
-        converter.channel_input_sent[channel] + converter.channel_input_count[channel];
-    const uint32_t capacity = converter.channel_input_capacity[channel];
-    if (end < capacity) {
-        memset(converter.channel_input[channel] + end, 0, (capacity - end) * sizeof(int32_t));
-    }
-}
-
 void compactChannelInputs(audio_converter &converter, uint32_t samples, int32_t *temporary) {
     for (unsigned c = 0; c < AUDIO_MAX_CHANNELS && samples != 0; ++c) {
-        const uint32_t held = converter.channel_input_count[c];
-        const uint32_t remainder = remainderOf(converter, c, samples);
-        converter.channel_input_count[c] = remainder;
-        int32_t *array = converter.channel_input[c];
-        const size_t bytes = remainder * sizeof(int32_t);
-        if (needsTemporary(converter, c, remainder)) {
-            memcpy(temporary, array + samples, bytes);
-            memcpy(array, temporary, bytes);
-        } else if (remainder != 0) {
-            memmove(array, array + samples, bytes);
-        }
-        if (converter.channel_active[c] == 0) {
-            silenceUsed(converter, c, remainder, std::max(held, samples));
-        }
+        compact(converter.inputs[c], samples, temporary);
     }
 }
 
 void advanceChannelInputs(audio_converter &converter, uint32_t samples) {
-    for (unsigned c = 0; c < AUDIO_MAX_CHANNELS; ++c) {
-        uint32_t &count = converter.channel_input_count[c];
-        const uint32_t taken = std::min(count, samples);
-        count -= taken;
-        converter.channel_input_sent[c] = count == 0 ? 0 : converter.channel_input_sent[c] + taken;
-        if (converter.channel_active[c] == 0) {
-            silenceUsed(converter, c, 0, samples);
+    for (channel_input &input : converter.inputs) {
+        const uint32_t taken = std::min(input.count, samples);
+        input.count -= taken;
+        input.sent = input.count == 0 ? 0 : input.sent + taken;
+        if (input.active == 0) {
+            silenceUsed(input, 0, samples);
         }
     }
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "api/instance.h"
+#include "core/instance.h"
 
 // The per-channel buffers of separate-channel input. The array of a channel that is not active is
 // zero from its count to its capacity: a channel that has ended supplies its samples, then silence.
@@ -19,7 +19,7 @@ uint32_t growChannelInput(audio_converter &converter, unsigned channel, uint64_t
 uint32_t presentBlock(audio_converter &converter, uint32_t samples);
 
 // Zeroes the array of a speaker channel from behind its samples to its capacity.
-void silenceBehind(audio_converter &converter, unsigned channel);
+void silenceBehind(const channel_input &input);
 
 // The samples of the speaker channel that holds most.
 uint32_t longestChannelInput(const audio_converter &converter);

@@ -1,8 +1,9 @@
-#include "api/buffers.h"
-#include "api/held_output.h"
+#include "pipeline/end_of_stream.h"
+
+#include "pipeline/block.h"
 #include "pipeline/channel_inputs.h"
+#include "pipeline/held_output.h"
 #include "pipeline/output_writer.h"
-#include "pipeline/process_block.h"
 #include "resampler/resampler.h"
 
 #include <algorithm>
@@ -13,15 +14,14 @@ constexpr uint32_t PAIR = 2; // frames that the two LPCM formats carry together
 
 // Channels expect input as long as they hold some; one that has run empty is silent from now on.
 void markEmptyChannelsEnded(audio_converter &converter) {
-    for (unsigned c = 0; c < AUDIO_MAX_CHANNELS; ++c) {
-        const uint8_t holds_samples = converter.channel_input_count[c] != 0;
-        if (holds_samples == 0 && converter.channel_active[c] != 0 &&
-            converter.channel_input_capacity[c] != 0) {
-            silenceBehind(converter, c);
+    for (channel_input &input : converter.inputs) {
+        if (input.capacity == 0) {
+            continue;
         }
-        if (converter.channel_input_capacity[c] != 0) {
-            converter.channel_active[c] = holds_samples;
+        if (input.count == 0 && input.active != 0) {
+            silenceBehind(input);
         }
+        input.active = input.count != 0;
     }
 }
 
@@ -29,12 +29,12 @@ void markEmptyChannelsEnded(audio_converter &converter) {
 // holds samples can give, and the array of every channel can hold.
 uint32_t nextDrainBlock(const audio_converter &converter) {
     uint32_t smallest = UINT32_MAX;
-    for (unsigned c = 0; c < AUDIO_MAX_CHANNELS; ++c) {
-        if (converter.channel_input_capacity[c] != 0) {
-            smallest = std::min(smallest, converter.channel_input_capacity[c]);
+    for (const channel_input &input : converter.inputs) {
+        if (input.capacity != 0) {
+            smallest = std::min(smallest, input.capacity);
         }
-        if (converter.channel_input_count[c] != 0) {
-            smallest = std::min(smallest, converter.channel_input_count[c]);
+        if (input.count != 0) {
+            smallest = std::min(smallest, input.count);
         }
     }
     return longestChannelInput(converter) == 0 ? 0 : smallest;
@@ -45,14 +45,13 @@ uint32_t drainChannelInputs(audio_converter &converter) {
     markEmptyChannelsEnded(converter);
     for (uint32_t block = nextDrainBlock(converter); block != 0;
          block = nextDrainBlock(converter)) {
-        bool taken;
-        const uint32_t result = runBlock(converter, block, taken);
-        if (!taken) {
+        const block_result result = runBlock(converter, block);
+        if (result == BLOCK_FAILED) {
             return 1;
         }
         advanceChannelInputs(converter, block);
         markEmptyChannelsEnded(converter);
-        if (result != 0) {
+        if (result == BLOCK_HELD) {
             // Output piles up: room for all of it at once. Without it the blocks make do one by
             // one.
             resamplerReserve(converter, longestChannelInput(converter));
@@ -69,7 +68,7 @@ uint32_t completePair(audio_converter &converter, channel_buffer_set &set) {
     }
     const uint32_t arrays =
         &set == &converter.work ? AUDIO_MAX_CHANNELS : converter.resampler.channels;
-    if (growChannelBufferSet(converter, set, 1, arrays) != 0) {
+    if (growChannelBufferSet(converter.memory, set, 1, arrays) != 0) {
         return 1;
     }
     for (unsigned slot = 0; slot < converter.settings.output_channels; ++slot) {
@@ -81,26 +80,22 @@ uint32_t completePair(audio_converter &converter, channel_buffer_set &set) {
 
 } // namespace
 
-uint32_t audioConverterDone(audio_converter *converter, uint32_t discard_tail) {
-    if (converter == nullptr) {
-        return 1;
-    }
-    converter->done = 1;
-    converter->stalled = 0;
-    channel_buffer_set &held = heldOutput(*converter);
+uint32_t endStream(audio_converter &converter, uint32_t discard_tail) {
+    converter.done = 1;
+    converter.stalled = 0;
+    channel_buffer_set &held = heldOutput(converter);
     // The host knows which of its streams were full; what they did not accept waits.
-    writeOutput(*converter, held);
+    writeOutput(converter, held);
     channel_buffer_set *set;
-    if (drainChannelInputs(*converter) != 0 ||
-        resamplerFlush(*converter, &set, discard_tail) != 0) {
+    if (drainChannelInputs(converter) != 0 || resamplerFlush(converter, &set, discard_tail) != 0) {
         return 1;
     }
     if (discard_tail != 0) {
         return 0;
     }
-    if (completePair(*converter, held) != 0) {
+    if (completePair(converter, held) != 0) {
         return 1;
     }
-    writeOutput(*converter, held);
+    writeOutput(converter, held);
     return 0;
 }

@@ -1,11 +1,11 @@
-#include "api/buffers.h"
+#include "pipeline/interleaved_input.h"
+
 #include "codec/aes3.h"
 #include "codec/aes3_header.h"
 #include "codec/sample_count.h"
 #include "mixer/mixer.h"
 #include "pipeline/messages.h"
 #include "pipeline/output_writer.h"
-#include "pipeline/size_limits.h"
 #include "resampler/resampler.h"
 
 #include <cstring>
@@ -19,13 +19,13 @@ struct input_bytes {
 };
 
 uint32_t growCarry(audio_converter &converter, uint32_t capacity, uint32_t bytes_to_keep) {
-    auto *block = static_cast<uint8_t *>(converter.malloc(capacity));
+    auto *block = static_cast<uint8_t *>(converter.memory.malloc(capacity));
     if (block == nullptr) {
         return 1;
     }
     if (converter.carry != nullptr) {
         memcpy(block, converter.carry, bytes_to_keep);
-        converter.free(converter.carry);
+        converter.memory.free(converter.carry);
     }
     converter.carry = block;
     converter.carry_capacity = capacity;
@@ -66,45 +66,56 @@ uint32_t bytesToKeep(const audio_converter &converter, const uint8_t *tail, uint
     return stopped_at_header ? AES3_HEADER_BYTES : tail_bytes;
 }
 
-// Decodes every whole frame into `work` behind its count, which stays, and gives the samples per
-// channel. `tail` receives the bytes to carry over, for which there is room in `carry`. On failure
-// the carry holds what it held.
-uint32_t decodeInterleaved(audio_converter &converter, const input_bytes &input, uint32_t &samples,
-                           input_bytes &tail) {
+// Decodes the whole frames of the input into `work` behind its count, which stays. `samples` says
+// for how many there is room and receives how many there were. Returns the bytes consumed.
+uint32_t decodeFrames(audio_converter &converter, const input_bytes &input, uint32_t &samples) {
     const audio_converter_settings &settings = converter.settings;
-    const uint8_t format = settings.input_format;
     const uint8_t channels = settings.input_channels;
     const uint8_t bits = settings.input_bits_per_sample;
-    if (input.count == 0) {
-        samples = 0;
-        tail = {nullptr, 0};
-        return 0;
-    }
-    samples = samplesInBytes(input.count, format, channels, bits);
-    if (!hasRoomFor(converter.work, samples) &&
-        growChannelBufferSet(converter, converter.work, samples, AUDIO_MAX_CHANNELS) != 0) {
-        return 1;
-    }
     channel_pointers behind;
     for (unsigned c = 0; c < channels; ++c) {
         behind[c] = converter.work.data[c] + converter.work.count;
     }
-    uint32_t left = input.count;
-    if (format == AUDIO_FORMAT_AES3) {
+    if (settings.input_format == AUDIO_FORMAT_AES3) {
+        uint32_t left = input.count;
         samples = decodeAes3(behind, input.data, left, channels, bits,
                              converter.aes3_frame_remaining, converter.decode);
-    } else {
-        converter.decode(behind, input.data, samples, channels, bits);
-        left -= bytesOfSamples(samples, format, channels, bits);
+        return input.count - left;
     }
-    tail.data = input.data + (input.count - left);
-    tail.count = bytesToKeep(converter, tail.data, left);
-    if (converter.carry_capacity >= tail.count) {
+    converter.decode(behind, input.data, samples, channels, bits);
+    return bytesOfSamples(samples, settings.input_format, channels, bits);
+}
+
+// Makes the carry hold what is left of an input of input_count bytes. If it has to grow, the input
+// is the host's block and the carry is empty: room for the tail and another block of this size is
+// what the next call needs.
+uint32_t secureCarry(audio_converter &converter, uint32_t tail_count, uint32_t input_count) {
+    return converter.carry_capacity >= tail_count
+               ? 0
+               : growCarry(converter, input_count + tail_count, 0);
+}
+
+// Decodes every whole frame behind work.count, which stays, and gives the samples per channel.
+// `tail` receives the bytes to carry over, for which there is room in `carry`. On failure the carry
+// holds what it held.
+uint32_t decodeInterleaved(audio_converter &converter, const input_bytes &input, uint32_t &samples,
+                           input_bytes &tail) {
+    const audio_converter_settings &settings = converter.settings;
+    samples = 0;
+    tail = {nullptr, 0};
+    if (input.count == 0) {
         return 0;
     }
-    // The input is the host's block, so the carry is empty. Room for the tail and another block of
-    // this size is what the next call needs.
-    return growCarry(converter, input.count + tail.count, 0);
+    samples = samplesInBytes(input.count, settings.input_format, settings.input_channels,
+                             settings.input_bits_per_sample);
+    if (!hasRoomFor(converter.work, samples) &&
+        growChannelBufferSet(converter.memory, converter.work, samples, AUDIO_MAX_CHANNELS) != 0) {
+        return 1;
+    }
+    const uint32_t consumed = decodeFrames(converter, input, samples);
+    tail.data = input.data + consumed;
+    tail.count = bytesToKeep(converter, tail.data, input.count - consumed);
+    return secureCarry(converter, tail.count, input.count);
 }
 
 void keepTail(audio_converter &converter, const input_bytes &tail) {
@@ -123,7 +134,7 @@ uint32_t takeInput(audio_converter &converter, const input_bytes &input, channel
     input_bytes tail;
     uint32_t failed = decodeInterleaved(converter, input, samples, tail);
     if (failed == 0) {
-        mixerRun(converter, samples);
+        mixerRun(converter.mixer, converter.level, converter.work, samples);
         failed = resamplerRun(converter, set);
     }
     if (failed != 0) {
@@ -137,24 +148,20 @@ uint32_t takeInput(audio_converter &converter, const input_bytes &input, channel
 
 } // namespace
 
-uint32_t audioConverterPutBytes(audio_converter *converter, const uint8_t *bytes,
-                                uint32_t byte_count) {
-    if (converter == nullptr) {
+uint32_t putInterleaved(audio_converter &converter, const uint8_t *bytes, uint32_t byte_count) {
+    if (converter.settings.input_separate_channels != 0) {
+        converter.err_printf(MIXED_INPUT_TEXT);
         return 1;
     }
-    if (converter->settings.input_separate_channels != 0) {
-        converter->err_printf(MIXED_INPUT_TEXT);
+    if (byte_count != 0 && (bytes == nullptr || !canWrite(converter))) {
         return 1;
     }
-    if (byte_count != 0 && (bytes == nullptr || !canWrite(*converter))) {
-        return 1;
-    }
-    converter->stalled = 0;
+    converter.stalled = 0;
     input_bytes input;
     channel_buffer_set *set;
-    if (assembleInput(*converter, bytes, byte_count, input) != 0 ||
-        takeInput(*converter, input, &set) != 0) {
+    if (assembleInput(converter, bytes, byte_count, input) != 0 ||
+        takeInput(converter, input, &set) != 0) {
         return 1;
     }
-    return writeOutput(*converter, *set);
+    return writeOutput(converter, *set);
 }

@@ -1,10 +1,9 @@
 #include "pipeline/output_writer.h"
 
-#include "api/held_output.h"
 #include "codec/aes3.h"
 #include "codec/aes3_header.h"
 #include "codec/sample_count.h"
-#include "pipeline/size_limits.h"
+#include "pipeline/held_output.h"
 #include "pipeline/stall.h"
 
 #include <algorithm>
@@ -14,7 +13,7 @@ namespace {
 // One call of writeOutput.
 struct output_writer {
     audio_converter &converter;
-    const output_plan &plan;
+    const output_limits &limits;
     const channel_buffer_set &set;
 };
 
@@ -31,15 +30,15 @@ uint32_t pendingOf(const output_writer &writer, unsigned slot) {
 
 uint32_t bytesOf(const output_writer &writer, uint32_t samples) {
     const audio_converter_settings &settings = writer.converter.settings;
-    return bytesOfSamples(samples, settings.output_format, writer.plan.stream_channels,
+    return bytesOfSamples(samples, settings.output_format, writer.limits.stream_channels,
                           settings.output_bits_per_sample);
 }
 
 // Whole samples (pairs, for the LPCM formats) in the share that one stream has of its room.
 uint32_t samplesInRoom(const output_writer &writer, uint32_t room) {
     const audio_converter_settings &settings = writer.converter.settings;
-    return samplesInBytes(std::min(room / writer.plan.shares, LARGEST_BLOCK_BYTES),
-                          settings.output_format, writer.plan.stream_channels,
+    return samplesInBytes(std::min(room / writer.limits.shares, LARGEST_BLOCK_BYTES),
+                          settings.output_format, writer.limits.stream_channels,
                           settings.output_bits_per_sample);
 }
 
@@ -47,30 +46,31 @@ uint32_t samplesInRoom(const output_writer &writer, uint32_t room) {
 // `want` bytes.
 uint32_t chunkSamples(const output_writer &writer, bufstream *stream, uint32_t block,
                       uint32_t want) {
-    const output_plan &plan = writer.plan;
-    const uint32_t samples = std::min(block & ~(plan.unit - 1), plan.largest_chunk);
+    const output_limits &limits = writer.limits;
+    const uint32_t samples = std::min(block & ~(limits.unit - 1), limits.largest_chunk);
     uint32_t room = stream->free_bytes(stream);
     if (writer.converter.settings.output_format == AUDIO_FORMAT_AES3) {
         room -= std::min(room, AES3_HEADER_BYTES);
     }
     // Most streams have room for all that is wanted, which needs no division.
-    return room >= uint64_t{want} * plan.shares ? samples
-                                                : std::min(samples, samplesInRoom(writer, room));
+    return room >= uint64_t{want} * limits.shares ? samples
+                                                  : std::min(samples, samplesInRoom(writer, room));
 }
 
 // All channels, or the slot's own, from the slot's position on.
 void encodeChunk(const output_writer &writer, unsigned slot, uint8_t *area, uint32_t samples) {
-    const output_plan &plan = writer.plan;
+    const output_limits &limits = writer.limits;
     const audio_converter_settings &settings = writer.converter.settings;
     channel_pointers channels;
-    for (unsigned c = 0; c < plan.stream_channels; ++c) {
+    for (unsigned c = 0; c < limits.stream_channels; ++c) {
         channels[c] = writer.set.data[slot + c] + writer.converter.output_position[slot];
     }
     if (settings.output_format == AUDIO_FORMAT_AES3) {
-        encodeAes3(channels, area, samples, plan.stream_channels, settings.output_bits_per_sample,
-                   plan.encode);
+        encodeAes3(channels, area, samples, limits.stream_channels, settings.output_bits_per_sample,
+                   limits.encode);
     } else {
-        plan.encode(channels, area, samples, plan.stream_channels, settings.output_bits_per_sample);
+        limits.encode(channels, area, samples, limits.stream_channels,
+                      settings.output_bits_per_sample);
     }
 }
 
@@ -79,7 +79,7 @@ void encodeChunk(const output_writer &writer, unsigned slot, uint8_t *area, uint
 pass_result serveSlot(const output_writer &writer, unsigned slot) {
     bufstream *stream = writer.converter.out_streams[slot];
     // More than the largest block is never asked for at once, so that its bytes fit in 32 bits.
-    const uint32_t block = std::min(pendingOf(writer, slot), writer.plan.largest_block);
+    const uint32_t block = std::min(pendingOf(writer, slot), writer.limits.largest_block);
     const uint32_t want = bytesOf(writer, block);
     uint8_t *area = stream->reserve(stream, want);
     if (area == nullptr) {
@@ -101,9 +101,9 @@ pass_result serveSlot(const output_writer &writer, unsigned slot) {
 // has no room ends the pass.
 pass_result servePass(const output_writer &writer) {
     pass_result result = NOTHING_PENDING;
-    for (unsigned slot = 0; slot < writer.plan.shares; ++slot) {
+    for (unsigned slot = 0; slot < writer.limits.shares; ++slot) {
         if (writer.converter.out_streams[slot] == nullptr ||
-            pendingOf(writer, slot) < writer.plan.unit) {
+            pendingOf(writer, slot) < writer.limits.unit) {
             continue;
         }
         const pass_result served = serveSlot(writer, slot);
@@ -149,6 +149,6 @@ uint32_t writeOutput(audio_converter &converter, channel_buffer_set &set) {
         return 1;
     }
     const uint32_t result = writePasses({converter, converter.output, set});
-    dropAccepted(converter, set);
+    settleHeldOutput(converter, set);
     return result;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "api/instance.h"
+#include "core/instance.h"
 
 // False while nothing can ever be written: no stream is attached to a slot of the output, the frame
 // size or a stream's share of it is below one unit, or AES3 would go to separate streams.

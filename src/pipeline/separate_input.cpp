@@ -1,10 +1,10 @@
-#include "api/buffers.h"
+#include "pipeline/separate_input.h"
+
 #include "codec/sample_count.h"
+#include "pipeline/block.h"
 #include "pipeline/channel_inputs.h"
 #include "pipeline/messages.h"
 #include "pipeline/output_writer.h"
-#include "pipeline/process_block.h"
-#include "pipeline/size_limits.h"
 
 #include <algorithm>
 
@@ -13,7 +13,7 @@ namespace {
 // A speaker of the layout takes input while it is active. One that the layout lacks always does;
 // its samples are never mixed.
 bool takesInput(const audio_converter &converter, unsigned channel) {
-    return converter.channel_active[channel] != 0 ||
+    return converter.inputs[channel].active != 0 ||
            inputSlot(converter, channel) == AUDIO_MAX_CHANNELS;
 }
 
@@ -26,37 +26,34 @@ uint32_t decodeOneChannel(audio_converter &converter, const uint8_t *bytes, uint
     samples = samplesInBytes(byte_count, settings.input_format, 1, bits);
     // The set's own arrays serve the slots that no channel lends, and with equal rates its
     // capacity is the count that every active channel must reach.
-    if (growChannelBufferSet(converter, converter.work, samples, AUDIO_MAX_CHANNELS) != 0) {
+    if (growChannelBufferSet(converter.memory, converter.work, samples, AUDIO_MAX_CHANNELS) != 0) {
         return 1;
     }
-    uint32_t &count = converter.channel_input_count[channel];
-    if (growChannelInput(converter, channel, uint64_t{count} + samples) != 0) {
+    channel_input &input = converter.inputs[channel];
+    if (growChannelInput(converter, channel, uint64_t{input.count} + samples) != 0) {
         return 1;
     }
     if (samples != 0) {
-        const channel_pointers behind = {converter.channel_input[channel] + count};
+        const channel_pointers behind = {input.samples + input.count};
         converter.decode(behind, bytes, samples, 1, bits);
     }
-    count += samples;
+    input.count += samples;
     converter.largest_channel_block = std::max(converter.largest_channel_block, samples);
     return 0;
 }
 
 // Undoes decodeOneChannel.
-void takeBack(audio_converter &converter, unsigned channel, uint32_t samples) {
-    converter.channel_input_count[channel] -= samples;
-    if (converter.channel_active[channel] == 0) {
-        silenceBehind(converter, channel);
+void takeBack(channel_input &input, uint32_t samples) {
+    input.count -= samples;
+    if (input.active == 0) {
+        silenceBehind(input);
     }
 }
 
 bool everyActiveChannelHolds(const audio_converter &converter, uint32_t samples) {
-    for (unsigned c = 0; c < AUDIO_MAX_CHANNELS; ++c) {
-        if (converter.channel_active[c] != 0 && converter.channel_input_count[c] < samples) {
-            return false;
-        }
-    }
-    return true;
+    return std::all_of(
+        converter.inputs, converter.inputs + AUDIO_MAX_CHANNELS,
+        [=](const channel_input &input) { return input.active == 0 || input.count >= samples; });
 }
 
 // What every active channel must hold before a block goes through: the largest block so far.
@@ -83,54 +80,48 @@ bool isRefused(const audio_converter &converter, const uint8_t *bytes, uint32_t 
 
 } // namespace
 
-uint32_t audioConverterPutBytesOneChannel(audio_converter *converter, const uint8_t *bytes,
-                                          uint32_t byte_count, uint8_t channel) {
-    if (converter == nullptr) {
-        return 1;
-    }
-    if (converter->settings.input_separate_channels == 0) {
-        converter->err_printf(MIXED_INPUT_TEXT);
+uint32_t putOneChannel(audio_converter &converter, const uint8_t *bytes, uint32_t byte_count,
+                       unsigned channel) {
+    if (converter.settings.input_separate_channels == 0) {
+        converter.err_printf(MIXED_INPUT_TEXT);
         return 1;
     }
     if (channel >= AUDIO_MAX_CHANNELS) {
         return 1;
     }
-    if (converter->settings.input_format == AUDIO_FORMAT_AES3) {
-        converter->err_printf(AES3_PAIRS_TEXT);
+    if (converter.settings.input_format == AUDIO_FORMAT_AES3) {
+        converter.err_printf(AES3_PAIRS_TEXT);
         return 1;
     }
-    if (isRefused(*converter, bytes, byte_count, channel)) {
+    if (isRefused(converter, bytes, byte_count, channel)) {
         return 1;
     }
-    converter->stalled = 0;
+    converter.stalled = 0;
     uint32_t samples;
-    if (decodeOneChannel(*converter, bytes, byte_count, channel, samples) != 0) {
+    if (decodeOneChannel(converter, bytes, byte_count, channel, samples) != 0) {
         return 1;
     }
-    if (!everyActiveChannelHolds(*converter, waitThreshold(*converter))) {
+    if (!everyActiveChannelHolds(converter, waitThreshold(converter))) {
         // Nothing new goes through; what an earlier call could not write does.
-        return writeOutput(*converter, converter->resampled);
+        return writeOutput(converter, converter.resampled);
     }
-    bool taken;
-    const uint32_t result = processBlock(*converter, samples, taken);
-    if (!taken) {
-        takeBack(*converter, channel, samples);
+    const block_result result = processBlock(converter, samples);
+    if (result == BLOCK_FAILED) {
+        takeBack(converter.inputs[channel], samples);
     }
-    return result;
+    return result == BLOCK_WRITTEN ? 0 : 1;
 }
 
-uint32_t audioConverterNoMoreDataInChannel(audio_converter *converter, uint32_t channel) {
-    if (converter == nullptr) {
-        return 1;
-    }
-    if (converter->settings.input_separate_channels == 0) {
-        converter->err_printf(MIXED_FINISH_TEXT);
+uint32_t endChannel(audio_converter &converter, uint32_t channel) {
+    if (converter.settings.input_separate_channels == 0) {
+        converter.err_printf(MIXED_FINISH_TEXT);
         return 1;
     }
     if (channel >= AUDIO_MAX_CHANNELS) {
         return 1;
     }
-    converter->channel_active[channel] = 0;
-    silenceBehind(*converter, channel);
+    channel_input &input = converter.inputs[channel];
+    input.active = 0;
+    silenceBehind(input);
     return 0;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "api/instance.h"
+#include "core/instance.h"
 
 // A private copy of the coefficients, ordered as the vector forms read them: groups of eight
 // phases, in each group rows of input samples, in each row one coefficient per phase.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "api/instance.h"
+#include "core/instance.h"
 
 // What the forms of the resampler work from.
 struct resample_job {

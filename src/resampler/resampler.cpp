@@ -1,6 +1,6 @@
 #include "resampler/resampler.h"
 
-#include "api/buffers.h"
+#include "core/sample_arrays.h"
 #include "resampler/resample_channels.h"
 
 #include <cstring>
@@ -25,8 +25,8 @@ void filterInto(audio_converter &converter, uint64_t outputs) {
     for (unsigned c = 0; c < converter.resampler.channels; ++c) {
         behind[c] = resampled.data[c] + resampled.count;
     }
-    const resample_job job = {&converter.resampler, converter.kernel_table, work.data, behind,
-                              outputs};
+    const resample_job job = {&converter.resampler, converter.resampler.kernel_table, work.data,
+                              behind, outputs};
     resampleChannels(job, converter.level);
     resampled.count += static_cast<uint32_t>(outputs);
 }
@@ -46,7 +46,7 @@ uint32_t resamplerReserve(audio_converter &converter, uint32_t extra) {
     }
     const resampler_state &state = converter.resampler;
     const uint64_t held = uint64_t{converter.work.count} + extra;
-    return growChannelBufferSet(converter, converter.resampled,
+    return growChannelBufferSet(converter.memory, converter.resampled,
                                 held * state.up_factor / state.down_factor, state.channels);
 }
 
@@ -57,7 +57,7 @@ uint32_t resamplerRun(audio_converter &converter, channel_buffer_set **out) {
     }
     const resampler_state &state = converter.resampler;
     const uint64_t outputs = countOutputs(state, converter.work.count);
-    if (growChannelBufferSet(converter, converter.resampled, outputs, state.channels) != 0) {
+    if (growChannelBufferSet(converter.memory, converter.resampled, outputs, state.channels) != 0) {
         return 1;
     }
     if (outputs != 0) {
@@ -85,8 +85,8 @@ uint32_t resamplerFlush(audio_converter &converter, channel_buffer_set **out, ui
     const uint64_t outputs =
         uint64_t{work.count - state.history} * state.up_factor / state.down_factor;
     const uint32_t shared_capacity = work.capacity;
-    if (growChannelBufferSet(converter, converter.resampled, outputs, state.channels) != 0 ||
-        growChannelBufferSet(converter, work, state.history, state.channels) != 0) {
+    if (growChannelBufferSet(converter.memory, converter.resampled, outputs, state.channels) != 0 ||
+        growChannelBufferSet(converter.memory, work, state.history, state.channels) != 0) {
         return 1;
     }
     for (unsigned c = 0; c < state.channels; ++c) {
@@ -101,7 +101,7 @@ uint32_t resamplerFlush(audio_converter &converter, channel_buffer_set **out, ui
 
 uint32_t resamplerRelease(audio_converter &converter) {
     if (converter.resampler.filter != nullptr) {
-        converter.free(converter.resampler.filter);
+        converter.memory.free(converter.resampler.filter);
         converter.resampler.filter = nullptr;
     }
     return 0;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "api/instance.h"
+#include "core/instance.h"
 
 // Input samples on either side of an output's centre that its filter spans.
 constexpr uint32_t RESAMPLER_HISTORY = 20;

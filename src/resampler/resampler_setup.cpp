@@ -1,6 +1,6 @@
 #include "resampler/resampler.h"
 
-#include "api/buffers.h"
+#include "core/sample_arrays.h"
 #include "resampler/filter_design.h"
 #include "resampler/filter_design_forms.h"
 #include "resampler/kernel_table.h"
@@ -29,7 +29,7 @@ uint32_t designFilter(audio_converter &converter) {
     if (table_bytes > LARGEST_TABLE_BYTES) {
         return 1;
     }
-    state.filter = static_cast<double *>(converter.malloc(table_bytes));
+    state.filter = static_cast<double *>(converter.memory.malloc(table_bytes));
     if (state.filter == nullptr) {
         return 1;
     }
@@ -41,7 +41,7 @@ uint32_t designFilter(audio_converter &converter) {
 
 uint32_t placeLeadIn(audio_converter &converter) {
     for (int32_t *&array : converter.work.data) {
-        array = allocateSamples(converter, LEAD_IN_CAPACITY);
+        array = allocateSamples(converter.memory, LEAD_IN_CAPACITY);
         if (array == nullptr) {
             return 1;
         }
@@ -70,8 +70,8 @@ uint32_t resamplerSetup(audio_converter &converter) {
         return 1;
     }
     if (kernelTableBytes(converter.settings) != 0) {
-        converter.kernel_table = kernelTablePlace(converter);
-        fillKernelTable(state, converter.kernel_table);
+        converter.resampler.kernel_table = kernelTablePlace(converter);
+        fillKernelTable(state, converter.resampler.kernel_table);
     }
     return placeLeadIn(converter);
 }

@@ -1,7 +1,6 @@
-#include "api/host_lookup.h"
-#include "api/instance.h"
-#include "api/printers.h"
-#include "api/settings.h"
+#include "core/host.h"
+#include "core/printers.h"
+#include "core/settings.h"
 
 #include <bit>
 
@@ -181,16 +180,12 @@ bool checkFrameSize(const audio_converter_settings &s, host_printer print) {
 
 } // namespace
 
-int32_t audioConverterCheckSettings(callback_lookup lookup,
-                                    const audio_converter_settings *settings) {
-    if (settings == nullptr) {
-        return 1;
-    }
+int32_t checkSettings(callback_lookup lookup, const audio_converter_settings &settings) {
     host_printer print = lookupFunction<host_printer>(lookup, "err_printf");
     if (print == nullptr) {
         print = builtin_err_printf;
     }
-    audio_converter_settings effective = *settings;
+    audio_converter_settings effective = settings;
     fillEffectiveSettings(effective);
     const bool valid = checkCountsAndFormats(effective, print) && checkAes3(effective, print) &&
                        checkPcm(effective, print) && checkFloat(effective, print) &&

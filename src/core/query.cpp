@@ -1,10 +1,8 @@
-#include "zt_trans_audio_converter.h"
+#include "core/query.h"
 
 #include <cstring>
 
 namespace {
-
-constexpr int32_t QUERY_API = 1;
 
 constexpr int32_t QUERY_PROPERTY = 3;
 constexpr int32_t QUERY_VERSION = 4;
@@ -13,6 +11,8 @@ constexpr int32_t QUERY_PLATFORM = 5;
 constexpr int32_t PROPERTY_VALUE = 1;
 constexpr char VERSION_TEXT[] = "10.5.18.1082";
 constexpr char PLATFORM_TEXT[] = "ZTPLATFORM_X64";
+
+} // namespace
 
 // The texts travel without their terminating NUL.
 int32_t audioConverterQuery(int32_t id, void *out) {
@@ -32,10 +32,4 @@ int32_t audioConverterQuery(int32_t id, void *out) {
     default:
         return 1;
     }
-}
-
-} // namespace
-
-audio_converter_query audioConverterGetAPIExt(int32_t id) {
-    return id == QUERY_API ? audioConverterQuery : nullptr;
 }

@@ -1,4 +1,4 @@
-#include "api/settings.h"
+#include "core/settings.h"
 
 void fillEffectiveSettings(audio_converter_settings &settings) {
     if (settings.input_channel_mask == 0 && settings.input_channels <= AUDIO_MAX_CHANNELS) {

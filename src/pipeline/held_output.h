@@ -1,6 +1,6 @@
 #pragma once
 
-#include "api/instance.h"
+#include "core/instance.h"
 
 // Output that the streams have not accepted yet waits at the start of one set. Every slot has a
 // position of its own in it:
@@ -26,9 +26,17 @@ uint32_t oldestPosition(const audio_converter &converter);
 // Samples of the held output that some stream has not accepted.
 uint32_t waitingSamples(const audio_converter &converter, const channel_buffer_set &set);
 
+// True when the streams could be asked to accept some of it: more than an odd frame that waits for
+// its partner.
+bool outputWaits(const audio_converter &converter, const channel_buffer_set &set);
+
 // Moves every position back by `samples`, which leave the start of the held output.
 void moveBackPositions(audio_converter &converter, uint32_t samples);
 
-// Drops what all streams have accepted from the start of the set, unless more than that would have
-// to be moved.
-void dropAccepted(audio_converter &converter, channel_buffer_set &set);
+// Ends a call of the writer: drops what all streams have accepted from the start of the set, unless
+// more than that would have to be moved, and notes whether output waits in the set.
+void settleHeldOutput(audio_converter &converter, channel_buffer_set &set);
+
+// Appends what `work` holds from `first` on to `resampled`, which has room for it, and empties
+// `work`.
+void holdWork(audio_converter &converter, uint32_t first);

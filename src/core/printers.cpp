@@ -1,4 +1,4 @@
-#include "api/printers.h"
+#include "core/printers.h"
 
 #include <cstdarg>
 #include <cstdio>
