@@ -1,11 +1,10 @@
 #include "kinds.h"
 
-#include "codec/codec_dispatch.h"
-#include "mixer/mix_forms.h"
+#include "codec/codec_choice.h"
+#include "core/instance.h"
 #include "mixer/mix_matrix_design.h"
-#include "resampler/resample_channel.h"
+#include "mixer/mixer.h"
 #include "resampler/resample_channels.h"
-#include "resampler/resampler.h"
 
 #include <benchmark/benchmark.h>
 
@@ -21,10 +20,6 @@
 namespace {
 
 constexpr uint32_t FRAMES = 1024;
-constexpr cpu_level PLAIN = CPU_SSE2; // the codecs' lowest level is the plain form
-
-constexpr std::array LEVEL_NAMES = {"sse2", "ssse3", "avx2", "avx512"};
-
 // Noise for eight channels, with the slack that a filter reads beyond a block.
 struct channel_noise {
     std::vector<std::vector<int32_t>> samples;
@@ -49,10 +44,11 @@ void reportEach(benchmark::State &state, double samples_per_iteration) {
         Counter(samples_per_iteration, Counter::kIsIterationInvariantRate | Counter::kInvert);
 }
 
-void benchDecode(benchmark::State &state, sample_kind row, cpu_level level, uint8_t channels) {
+void benchDecode(benchmark::State &state, sample_kind row, const kernel_set &kernels,
+                 uint8_t channels) {
     channel_noise out(FRAMES);
     const std::vector<uint8_t> in(size_t{FRAMES} * channels * 4, 0x35);
-    const decode_function decode = chooseDecoder(level, row.format, channels, row.bits);
+    const decode_function decode = chooseCodec(kernels, row.format, channels, row.bits).decode;
     for (auto _ : state) {
         decode(out.pointers, in.data(), FRAMES, channels, row.bits);
         benchmark::ClobberMemory();
@@ -60,10 +56,11 @@ void benchDecode(benchmark::State &state, sample_kind row, cpu_level level, uint
     reportEach(state, FRAMES * channels);
 }
 
-void benchEncode(benchmark::State &state, sample_kind row, cpu_level level, uint8_t channels) {
+void benchEncode(benchmark::State &state, sample_kind row, const kernel_set &kernels,
+                 uint8_t channels) {
     const channel_noise in(FRAMES);
     std::vector<uint8_t> out(size_t{FRAMES} * channels * 4);
-    const encode_function encode = chooseEncoder(level, row.format, channels, row.bits);
+    const encode_function encode = chooseCodec(kernels, row.format, channels, row.bits).encode;
     for (auto _ : state) {
         encode(in.pointers, out.data(), FRAMES, channels, row.bits);
         benchmark::ClobberMemory();
@@ -86,9 +83,8 @@ constexpr mix_row MIXES[] = {
     {"7.1-5.1", 0xff, 0x3f, 8, 6},
 };
 
-// `form` is a level, or -1 for the plain form. What is mixed is mixed again: the time of a sum
-// does not depend on its values.
-void benchMix(benchmark::State &state, mix_row row, int form) {
+// What is mixed is mixed again: the time of a sum does not depend on its values.
+void benchMix(benchmark::State &state, mix_row row, const kernel_set &kernels) {
     gain_matrix gains;
     uint8_t input_map[AUDIO_MAX_CHANNELS];
     uint8_t output_map[AUDIO_MAX_CHANNELS];
@@ -98,12 +94,7 @@ void benchMix(benchmark::State &state, mix_row row, int form) {
     remapMixMatrix(gains, input_map, output_map);
     const channel_noise noise(FRAMES);
     for (auto _ : state) {
-        if (form < 0) {
-            applyMixMatrix(gains, noise.pointers, FRAMES, row.inputs, row.outputs);
-        } else {
-            mixChannels(static_cast<cpu_level>(form), gains, noise.pointers, FRAMES, row.inputs,
-                        row.outputs);
-        }
+        kernels.mix(gains, noise.pointers, FRAMES, row.inputs, row.outputs);
         benchmark::ClobberMemory();
     }
     reportEach(state, FRAMES * row.outputs);
@@ -132,7 +123,8 @@ audio_converter *makeConverter(rate_row row, uint8_t channels) {
     return audioConverterNew(nullptr, &settings);
 }
 
-void benchResample(benchmark::State &state, rate_row row, int form, uint8_t channels) {
+void benchResample(benchmark::State &state, rate_row row, const kernel_set &kernels,
+                   uint8_t channels) {
     const std::unique_ptr<audio_converter, void (*)(audio_converter *)> converter(
         makeConverter(row, channels), audioConverterFree);
     const resampler_state &filter = converter->resampler;
@@ -142,52 +134,37 @@ void benchResample(benchmark::State &state, rate_row row, int form, uint8_t chan
     channel_noise out(outputs);
     const resample_job job = {&filter, filter.kernel_table, in.pointers, out.pointers, outputs};
     for (auto _ : state) {
-        if (form < 0) {
-            for (unsigned c = 0; c < channels; ++c) {
-                resampleChannel(filter, in.pointers[c], out.pointers[c], outputs);
-            }
-        } else {
-            resampleChannels(job, static_cast<cpu_level>(form));
-        }
+        resampleChannels(job, kernels.resample);
         benchmark::ClobberMemory();
     }
     reportEach(state, static_cast<double>(outputs) * channels);
 }
 
-std::string nameOf(const char *group, const char *row, unsigned channels, int form) {
-    const std::string name = form < 0 ? "plain" : LEVEL_NAMES[static_cast<size_t>(form)];
-    return std::string(group) + "/" + row + "/" + std::to_string(channels) + "/" + name;
+std::string nameOf(const char *group, const char *row, unsigned channels,
+                   const kernel_set &kernels) {
+    return std::string(group) + "/" + row + "/" + std::to_string(channels) + "/" + kernels.name;
 }
 
-void registerCodecs(cpu_level highest) {
+void registerCodecs(const kernel_set &kernels) {
     for (const sample_kind &row : KINDS) {
         for (const uint8_t channels : {uint8_t{2}, uint8_t{6}, uint8_t{8}}) {
-            for (int form = PLAIN; form <= highest; ++form) {
-                const auto level = static_cast<cpu_level>(form);
-                const int shown = form == PLAIN ? -1 : form;
-                benchmark::RegisterBenchmark(nameOf("decode", row.name, channels, shown).c_str(),
-                                             benchDecode, row, level, channels);
-                benchmark::RegisterBenchmark(nameOf("encode", row.name, channels, shown).c_str(),
-                                             benchEncode, row, level, channels);
-            }
+            benchmark::RegisterBenchmark(nameOf("decode", row.name, channels, kernels).c_str(),
+                                         benchDecode, row, kernels, channels);
+            benchmark::RegisterBenchmark(nameOf("encode", row.name, channels, kernels).c_str(),
+                                         benchEncode, row, kernels, channels);
         }
     }
 }
 
-void registerFilters(cpu_level highest) {
-    for (int form = -1; form <= highest; ++form) {
-        if (form == CPU_SSSE3) {
-            continue; // the codecs alone have forms for it
-        }
-        for (const mix_row &row : MIXES) {
-            benchmark::RegisterBenchmark(nameOf("mix", row.name, row.inputs, form).c_str(),
-                                         benchMix, row, form);
-        }
-        for (const rate_row &row : RATES) {
-            for (const uint8_t channels : {uint8_t{1}, uint8_t{2}, uint8_t{6}, uint8_t{8}}) {
-                benchmark::RegisterBenchmark(nameOf("resample", row.name, channels, form).c_str(),
-                                             benchResample, row, form, channels);
-            }
+void registerFilters(const kernel_set &kernels) {
+    for (const mix_row &row : MIXES) {
+        benchmark::RegisterBenchmark(nameOf("mix", row.name, row.inputs, kernels).c_str(), benchMix,
+                                     row, kernels);
+    }
+    for (const rate_row &row : RATES) {
+        for (const uint8_t channels : {uint8_t{1}, uint8_t{2}, uint8_t{6}, uint8_t{8}}) {
+            benchmark::RegisterBenchmark(nameOf("resample", row.name, channels, kernels).c_str(),
+                                         benchResample, row, kernels, channels);
         }
     }
 }
@@ -195,9 +172,11 @@ void registerFilters(cpu_level highest) {
 } // namespace
 
 int main(int argc, char **argv) {
-    const cpu_level highest = detectCpuLevel();
-    registerCodecs(highest);
-    registerFilters(highest);
+    for (int level = CPU_PLAIN; level <= detectCpuLevels().highest; ++level) {
+        const kernel_set &kernels = kernelsOf(static_cast<cpu_level>(level));
+        registerCodecs(kernels);
+        registerFilters(kernels);
+    }
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
         return EXIT_FAILURE;

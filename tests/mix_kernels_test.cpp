@@ -1,5 +1,5 @@
 #include "guarded_buffer.h"
-#include "mixer/mix_forms.h"
+#include "mixer/mix_apply.h"
 
 #include <gtest/gtest.h>
 
@@ -74,14 +74,14 @@ protected:
 
     void compareMix(const gain_matrix &matrix, uint32_t n, uint8_t inputs, uint8_t outputs) {
         fillSamples(n);
-        for (int level = CPU_SSE2; level <= detectCpuLevel(); ++level) {
+        for (int level = CPU_SSE2; level <= detectCpuLevels().highest; ++level) {
             SCOPED_TRACE(testing::Message() << "level " << level << ", " << n << " frames, "
                                             << +inputs << " to " << +outputs << " channels");
             compare(
                 n, [&](auto &channels) { applyMixMatrix(matrix, channels, n, inputs, outputs); },
                 [&](auto &channels) {
-                    mixChannels(static_cast<cpu_level>(level), matrix, channels, n, inputs,
-                                outputs);
+                    kernelsOf(static_cast<cpu_level>(level))
+                        .mix(matrix, channels, n, inputs, outputs);
                 });
         }
     }

@@ -1,6 +1,5 @@
 #include "guarded_buffer.h"
 #include "resampler/filter_design.h"
-#include "resampler/filter_design_forms.h"
 #include "resampler/kernel_table.h"
 #include "resampler/resample_channel.h"
 #include "resampler/resample_channels.h"
@@ -128,13 +127,14 @@ void resample_kernels::compare(uint32_t outputs, uint32_t channels) {
     for (unsigned c = 0; c < channels; ++c) {
         buffers.push_back(std::make_unique<guarded_buffer>(outputs * sizeof(int32_t)));
     }
-    for (int level = CPU_SSE2; level <= detectCpuLevel(); ++level) {
+    for (int level = CPU_SSE2; level <= detectCpuLevels().highest; ++level) {
         SCOPED_TRACE(testing::Message() << "level " << level << ", " << channels << " channels, "
                                         << outputs << " outputs");
         for (unsigned c = 0; c < channels; ++c) {
             to[c] = buffers[channels + c]->ending<int32_t>(outputs);
         }
-        resampleChannels({&state_, table_, from, to, outputs}, static_cast<cpu_level>(level));
+        resampleChannels({&state_, table_, from, to, outputs},
+                         kernelsOf(static_cast<cpu_level>(level)).resample);
         for (unsigned c = 0; c < channels; ++c) {
             ASSERT_TRUE(std::equal(expected[c].begin(), expected[c].end(), to[c])) << "slot " << c;
             ASSERT_TRUE(buffers[channels + c]->frontIsIntact()) << "slot " << c;
@@ -176,11 +176,11 @@ TEST(filter_design_kernels, EqualTables) {
         const double cutoff = (phases % 3 + 1) * 0.16 / phases;
         std::vector<double> expected(length);
         designResamplingFilter(expected.data(), static_cast<int32_t>(length), phases, 9.0, cutoff);
-        for (int level = CPU_SSE2; level <= detectCpuLevel(); ++level) {
+        for (int level = CPU_SSE2; level <= detectCpuLevels().highest; ++level) {
             guarded_buffer buffer(length * sizeof(double));
             auto *table = buffer.ending<double>(length);
-            designFilterByLevel(static_cast<cpu_level>(level), table, static_cast<int32_t>(length),
-                                phases, 9.0, cutoff);
+            kernelsOf(static_cast<cpu_level>(level))
+                .designFilter(table, static_cast<int32_t>(length), phases, 9.0, cutoff);
             ASSERT_TRUE(std::equal(expected.begin(), expected.end(), table))
                 << "level " << level << ", " << phases << " phases";
             ASSERT_TRUE(buffer.frontIsIntact());

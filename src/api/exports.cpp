@@ -2,11 +2,11 @@
 
 #include "codec/sample_count.h"
 #include "core/query.h"
-#include "cpu_level.h"
 #include "pipeline/end_of_stream.h"
 #include "pipeline/interleaved_input.h"
 #include "pipeline/lifecycle.h"
 #include "pipeline/separate_input.h"
+#include "simd/kernels.h"
 
 int32_t audioConverterCheckSettings(callback_lookup lookup,
                                     const audio_converter_settings *settings) {
@@ -15,7 +15,9 @@ int32_t audioConverterCheckSettings(callback_lookup lookup,
 
 audio_converter *audioConverterNew(callback_lookup lookup,
                                    const audio_converter_settings *settings) {
-    return settings == nullptr ? nullptr : createConverter(lookup, *settings, detectCpuLevel());
+    return settings == nullptr
+               ? nullptr
+               : createConverter(lookup, *settings, kernelsOf(detectCpuLevels().fastest));
 }
 
 int32_t audioConverterInit(audio_converter *converter, bufstream *stream) {

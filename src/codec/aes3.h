@@ -1,6 +1,6 @@
 #pragma once
 
-#include "codec/codec_dispatch.h"
+#include "simd/kernels.h"
 
 // AES3 in SMPTE 302M packing: blocks of a 4-byte header and whole frames. The functions handed in
 // are the AES3 ones chosen for these channels and bits.

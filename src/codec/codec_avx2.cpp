@@ -1,4 +1,4 @@
-#include "codec/codec_vector.h"
+#include "codec/plain_codecs.h"
 #include "codec/row_choice.h"
 
 #include <immintrin.h>

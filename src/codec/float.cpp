@@ -1,7 +1,7 @@
 #include "codec/codec.h"
 
 #include "codec/bytes.h"
-#include "truncate.h"
+#include "core/truncate.h"
 
 #include <bit>
 #include <cmath>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "codec/codec_vector.h"
+#include "codec/plain_codecs.h"
 #include "codec/row_kernels.h"
 
 // Whole codecs over the kernels. A codec has the shape of the plain one and gives the same result.

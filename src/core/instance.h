@@ -5,7 +5,8 @@
 #include "core/resampler_state.h"
 #include "core/sample_arrays.h"
 #include "core/settings.h"
-#include "cpu_level.h"
+
+struct kernel_set;
 
 // Separate-channel input of one speaker channel.
 //
@@ -69,7 +70,7 @@ struct audio_converter {
     uint8_t done;    // audioConverterDone was called
     uint8_t stalled; // the running call has timed out waiting for the streams' room
 
-    cpu_level level; // which kernels run; fixed at creation
+    const kernel_set *kernels; // fixed at creation
 };
 
 // True when samples leave at the rate they came in, so that `work` itself is written.

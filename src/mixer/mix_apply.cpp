@@ -1,6 +1,6 @@
 #include "mixer/mix_apply.h"
 
-#include "truncate.h"
+#include "core/truncate.h"
 
 void applyMixMatrix(const gain_matrix &matrix, const channel_pointers &channels, uint32_t n,
                     uint8_t input_channels, uint8_t output_channels) {

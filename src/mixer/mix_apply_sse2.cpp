@@ -1,5 +1,5 @@
-#include "doubles_sse2.h"
 #include "mixer/mix_vector.h"
+#include "simd/doubles_sse2.h"
 
 void applyMixMatrixSse2(const gain_matrix &matrix, const channel_pointers &channels, uint32_t n,
                         uint8_t input_channels, uint8_t output_channels) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "mixer/mix_forms.h"
+#include "simd/kernels.h"
 
 #include <cstddef>
 #include <cstring>

@@ -1,7 +1,7 @@
 #include "mixer/mixer.h"
 
-#include "mixer/mix_forms.h"
 #include "mixer/mix_matrix_design.h"
+#include "simd/kernels.h"
 
 #include <cstring>
 
@@ -59,17 +59,17 @@ uint32_t mixerSetup(mixer_state &state, audio_converter_settings &settings) {
     return 0;
 }
 
-uint32_t mixerRun(const mixer_state &state, cpu_level level, channel_buffer_set &work, uint32_t n) {
+uint32_t mixerRun(const mixer_state &state, const kernel_set &kernels, channel_buffer_set &work,
+                  uint32_t n) {
     if (n != 0 && (state.mix_enabled != 0 || state.reorder_enabled != 0)) {
         channel_pointers channels;
         for (unsigned slot = 0; slot < AUDIO_MAX_CHANNELS; ++slot) {
             channels[slot] = work.data[slot] + work.count;
         }
         if (state.mix_enabled != 0) {
-            mixChannels(level, state.mix_matrix, channels, n, state.input_channels,
-                        state.output_channels);
+            kernels.mix(state.mix_matrix, channels, n, state.input_channels, state.output_channels);
         } else {
-            moveChannels(channels, n, state.input_map, state.output_map, state.input_channels);
+            kernels.reorder(channels, n, state.input_map, state.output_map, state.input_channels);
         }
     }
     work.count += n;

@@ -36,7 +36,7 @@ block_result runBlock(audio_converter &converter, uint32_t samples) {
     if (presentBlock(converter, samples) != 0 || secureHeldOutput(converter, samples) != 0) {
         return BLOCK_FAILED;
     }
-    mixerRun(converter.mixer, converter.level, converter.work, samples);
+    mixerRun(converter.mixer, *converter.kernels, converter.work, samples);
     channel_buffer_set *set;
     if (resamplerRun(converter, &set) != 0) {
         converter.work.count -= samples;

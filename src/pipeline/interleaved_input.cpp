@@ -134,7 +134,7 @@ uint32_t takeInput(audio_converter &converter, const input_bytes &input, channel
     input_bytes tail;
     uint32_t failed = decodeInterleaved(converter, input, samples, tail);
     if (failed == 0) {
-        mixerRun(converter.mixer, converter.level, converter.work, samples);
+        mixerRun(converter.mixer, *converter.kernels, converter.work, samples);
         failed = resamplerRun(converter, set);
     }
     if (failed != 0) {

@@ -1,6 +1,6 @@
 #include "pipeline/lifecycle.h"
 
-#include "codec/codec_dispatch.h"
+#include "codec/codec_choice.h"
 #include "core/printers.h"
 #include "mixer/mixer.h"
 #include "pipeline/channel_inputs.h"
@@ -43,8 +43,9 @@ decode_function chooseInputDecoder(const audio_converter &converter) {
     const audio_converter_settings &settings = converter.settings;
     const uint8_t channels =
         settings.input_separate_channels != 0 ? uint8_t{1} : settings.input_channels;
-    return chooseDecoder(converter.level, settings.input_format, channels,
-                         settings.input_bits_per_sample);
+    return chooseCodec(*converter.kernels, settings.input_format, channels,
+                       settings.input_bits_per_sample)
+        .decode;
 }
 
 void releaseBlock(const audio_converter &converter, void *block) {
@@ -56,7 +57,7 @@ void releaseBlock(const audio_converter &converter, void *block) {
 } // namespace
 
 audio_converter *createConverter(callback_lookup lookup, const audio_converter_settings &settings,
-                                 cpu_level level) {
+                                 const kernel_set &kernels) {
     // Copied before the host is called back, so that what was checked is what is used.
     audio_converter_settings effective = settings;
     if (checkSettings(lookup, effective) != 0) {
@@ -78,7 +79,7 @@ audio_converter *createConverter(callback_lookup lookup, const audio_converter_s
     converter->memory.malloc = allocate;
     takeCallbacks(*converter, lookup);
     converter->settings = effective;
-    converter->level = level;
+    converter->kernels = &kernels;
     converter->decode = chooseInputDecoder(*converter);
     mixerSetup(converter->mixer, converter->settings);
     if (resamplerSetup(*converter) != 0) {

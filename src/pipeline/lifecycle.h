@@ -2,9 +2,9 @@
 
 #include "core/instance.h"
 
-// audioConverterNew for a record that is not null, with the kernels of `level`.
+// audioConverterNew for a record that is not null, with the kernels given.
 audio_converter *createConverter(callback_lookup lookup, const audio_converter_settings &settings,
-                                 cpu_level level);
+                                 const kernel_set &kernels);
 
 // Attaches a stream to an output slot, 0 to 7, for audioConverterInit (all channels) or
 // audioConverterInitChannel (`separate`).

@@ -1,7 +1,7 @@
 #include "pipeline/output_limits.h"
 
 #include "codec/aes3_header.h"
-#include "codec/codec_dispatch.h"
+#include "codec/codec_choice.h"
 #include "codec/sample_count.h"
 #include "core/settings.h"
 
@@ -34,8 +34,9 @@ void computeOutputLimits(audio_converter &converter) {
     limits.unit = travelsInPairs(settings.output_format) ? 2u : 1u;
     limits.largest_block = samplesInBytes(LARGEST_BLOCK_BYTES, settings.output_format,
                                           limits.stream_channels, settings.output_bits_per_sample);
-    limits.encode = chooseEncoder(converter.level, settings.output_format, limits.stream_channels,
-                                  settings.output_bits_per_sample);
+    limits.encode = chooseCodec(*converter.kernels, settings.output_format, limits.stream_channels,
+                                settings.output_bits_per_sample)
+                        .encode;
     // One channel of AES3 makes no pair.
     const bool possible = std::any_of(streams, streams + limits.shares, isAttached) &&
                           !(settings.output_format == AUDIO_FORMAT_AES3 && per_channel);

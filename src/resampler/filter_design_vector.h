@@ -1,7 +1,7 @@
 #pragma once
 
 #include "resampler/filter_design.h"
-#include "resampler/filter_design_forms.h"
+#include "simd/kernels.h"
 
 #include <math.h>
 

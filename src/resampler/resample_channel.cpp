@@ -1,6 +1,6 @@
 #include "resampler/resample_channel.h"
 
-#include "truncate.h"
+#include "core/truncate.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/instance.h"
+#include "core/resampler_state.h"
 
 // Filters one channel: output k, for k = 0 .. outputs - 1, lies at position k * M of the upsampled
 // grid counted from input[0] and is the sum, in input order, of the input samples under the

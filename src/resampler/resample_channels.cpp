@@ -2,26 +2,19 @@
 
 #include "resampler/resample_channel.h"
 
-namespace {
-
-uint64_t runVectorForm(const resample_job &job, cpu_level level) {
-    switch (level) {
-    case CPU_AVX512:
-        return resampleChannelsAvx512(job);
-    case CPU_AVX2:
-        return resampleChannelsAvx2(job);
-    default:
-        return resampleChannelsSse2(job);
+uint64_t resampleChannelsPlain(const resample_job &job) {
+    for (unsigned c = 0; c < job.state->channels; ++c) {
+        resampleChannel(*job.state, job.inputs[c], job.outputs[c],
+                        static_cast<uint32_t>(job.outputs_per_channel));
     }
+    return job.outputs_per_channel;
 }
 
-} // namespace
-
-void resampleChannels(const resample_job &job, cpu_level level) {
+void resampleChannels(const resample_job &job, resample_kernel kernel) {
     const resampler_state &state = *job.state;
-    const uint64_t done = runVectorForm(job, level);
+    const uint64_t done = kernel(job);
     const auto left = static_cast<uint32_t>(job.outputs_per_channel - done);
-    // Whole rounds are done, so the rest starts at phase 0 again.
+    // Whole periods are done, so the rest starts at phase 0 again.
     const uint64_t consumed = done / state.up_factor * state.down_factor;
     for (unsigned c = 0; left != 0 && c < state.channels; ++c) {
         resampleChannel(state, job.inputs[c] + consumed, job.outputs[c] + done, left);

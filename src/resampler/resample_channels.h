@@ -1,6 +1,7 @@
 #pragma once
 
-#include "core/instance.h"
+#include "core/resampler_state.h"
+#include "simd/kernels.h"
 
 // What the forms of the resampler work from.
 struct resample_job {
@@ -14,10 +15,4 @@ struct resample_job {
 // Filters every channel of state->channels as resampleChannel does, with the same results. The
 // input arrays hold what the outputs' filters span, the output arrays have room for the outputs;
 // nothing beyond is touched.
-void resampleChannels(const resample_job &job, cpu_level level);
-
-// The vector forms. They compute the whole rounds of L outputs, and what is left of a round when
-// there is a kernel table; they return the outputs done per channel.
-uint64_t resampleChannelsSse2(const resample_job &job);
-uint64_t resampleChannelsAvx2(const resample_job &job);
-uint64_t resampleChannelsAvx512(const resample_job &job);
+void resampleChannels(const resample_job &job, resample_kernel kernel);

@@ -1,5 +1,5 @@
-#include "doubles_avx2.h"
 #include "resampler/vector_resampler.h"
+#include "simd/doubles_avx2.h"
 
 namespace {
 

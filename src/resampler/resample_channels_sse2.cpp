@@ -1,5 +1,5 @@
-#include "doubles_sse2.h"
 #include "resampler/vector_resampler.h"
+#include "simd/doubles_sse2.h"
 
 namespace {
 

@@ -27,7 +27,7 @@ void filterInto(audio_converter &converter, uint64_t outputs) {
     }
     const resample_job job = {&converter.resampler, converter.resampler.kernel_table, work.data,
                               behind, outputs};
-    resampleChannels(job, converter.level);
+    resampleChannels(job, converter.kernels->resample);
     resampled.count += static_cast<uint32_t>(outputs);
 }
 

@@ -2,8 +2,8 @@
 
 #include "core/sample_arrays.h"
 #include "resampler/filter_design.h"
-#include "resampler/filter_design_forms.h"
 #include "resampler/kernel_table.h"
+#include "simd/kernels.h"
 
 #include <algorithm>
 #include <cstring>
@@ -34,8 +34,8 @@ uint32_t designFilter(audio_converter &converter) {
         return 1;
     }
     state.filter_length = static_cast<uint32_t>(length);
-    designFilterByLevel(converter.level, state.filter, static_cast<int32_t>(length),
-                        state.up_factor, KAISER_BETA, designCutoff(state));
+    converter.kernels->designFilter(state.filter, static_cast<int32_t>(length), state.up_factor,
+                                    KAISER_BETA, designCutoff(state));
     return 0;
 }
 

@@ -1,4 +1,4 @@
-#include "mixer/mix_forms.h"
+#include "simd/kernels.h"
 
 #include <cstring>
 
@@ -11,18 +11,6 @@ bool isSlot(uint8_t entry, unsigned slots) {
 }
 
 } // namespace
-
-void mixChannels(cpu_level level, const gain_matrix &matrix, const channel_pointers &channels,
-                 uint32_t n, uint8_t input_channels, uint8_t output_channels) {
-    switch (level) {
-    case CPU_AVX512:
-        return applyMixMatrixAvx512(matrix, channels, n, input_channels, output_channels);
-    case CPU_AVX2:
-        return applyMixMatrixAvx2(matrix, channels, n, input_channels, output_channels);
-    default:
-        return applyMixMatrixSse2(matrix, channels, n, input_channels, output_channels);
-    }
-}
 
 void moveChannels(const channel_pointers &channels, uint32_t n, const uint8_t *input_map,
                   const uint8_t *output_map, uint8_t input_channels) {

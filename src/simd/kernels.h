@@ -1,0 +1,70 @@
+#pragma once
+
+#include "core/codec_function.h"
+#include "core/mixer_state.h"
+#include "simd/levels.h"
+
+struct resample_job;
+
+// The kernels of every level, by what they compute. All of a kind have one signature and give the
+// same result, bit for bit: that of the scalar kernel, which is the definition.
+
+// Both directions of a format, chosen for a channel count and a depth: called with no other.
+struct codec_pair {
+    decode_function decode;
+    encode_function encode;
+};
+
+// 1 to 8 channels, an even count for AES3.
+using codec_choice = codec_pair (*)(uint8_t format, uint8_t channels, uint8_t bits);
+codec_pair chooseCodecPlain(uint8_t format, uint8_t channels, uint8_t bits);
+codec_pair chooseCodecSsse3(uint8_t format, uint8_t channels, uint8_t bits);
+codec_pair chooseCodecAvx2(uint8_t format, uint8_t channels, uint8_t bits);
+
+// As mix_apply.h says.
+using mix_kernel = void (*)(const gain_matrix &matrix, const channel_pointers &channels, uint32_t n,
+                            uint8_t input_channels, uint8_t output_channels);
+void applyMixMatrix(const gain_matrix &matrix, const channel_pointers &channels, uint32_t n,
+                    uint8_t input_channels, uint8_t output_channels);
+void applyMixMatrixSse2(const gain_matrix &matrix, const channel_pointers &channels, uint32_t n,
+                        uint8_t input_channels, uint8_t output_channels);
+void applyMixMatrixAvx2(const gain_matrix &matrix, const channel_pointers &channels, uint32_t n,
+                        uint8_t input_channels, uint8_t output_channels);
+void applyMixMatrixAvx512(const gain_matrix &matrix, const channel_pointers &channels, uint32_t n,
+                          uint8_t input_channels, uint8_t output_channels);
+
+// Frame by frame, and array by array.
+using reorder_kernel = void (*)(const channel_pointers &channels, uint32_t n,
+                                const uint8_t *input_map, const uint8_t *output_map,
+                                uint8_t input_channels);
+void reorderChannels(const channel_pointers &channels, uint32_t n, const uint8_t *input_map,
+                     const uint8_t *output_map, uint8_t input_channels);
+void moveChannels(const channel_pointers &channels, uint32_t n, const uint8_t *input_map,
+                  const uint8_t *output_map, uint8_t input_channels);
+
+// Outputs done per channel, whole periods of L unless it is all; the scalar kernel does the rest.
+using resample_kernel = uint64_t (*)(const resample_job &job);
+uint64_t resampleChannelsPlain(const resample_job &job);
+uint64_t resampleChannelsSse2(const resample_job &job);
+uint64_t resampleChannelsAvx2(const resample_job &job);
+uint64_t resampleChannelsAvx512(const resample_job &job);
+
+// As filter_design.h says.
+using design_kernel = void (*)(double *table, int32_t length, uint32_t phases, double beta,
+                               double cutoff);
+void designResamplingFilter(double *table, int32_t length, uint32_t phases, double beta,
+                            double cutoff);
+void designResamplingFilterAvx2(double *table, int32_t length, uint32_t phases, double beta,
+                                double cutoff);
+
+// What one level runs.
+struct kernel_set {
+    const char *name;
+    codec_choice chooseCodec;
+    mix_kernel mix;
+    reorder_kernel reorder;
+    resample_kernel resample;
+    design_kernel designFilter;
+};
+
+const kernel_set &kernelsOf(cpu_level level);
