@@ -110,8 +110,8 @@ struct avx2_vector {
     static __m128i scaleToSamples(__m128 values) {
         const __m256d scaled =
             _mm256_mul_pd(_mm256_cvtps_pd(values), _mm256_set1_pd(FLOAT_FULL_SCALE));
-        // Below the range, the truncation itself gives the lowest sample.
-        return _mm256_cvttpd_epi32(_mm256_min_pd(scaled, _mm256_set1_pd(HIGHEST_SAMPLE)));
+        const __m256d not_above = _mm256_min_pd(scaled, _mm256_set1_pd(INT32_MAX));
+        return _mm256_cvttpd_epi32(_mm256_max_pd(not_above, _mm256_set1_pd(INT32_MIN)));
     }
     static vec fromFloat(vec bits) {
         const __m256 any = _mm256_castsi256_ps(bits);

@@ -129,8 +129,8 @@ struct ssse3_vector {
     // Of the low two values.
     static __m128i scaleToSamples(__m128 values) {
         const __m128d scaled = _mm_mul_pd(_mm_cvtps_pd(values), _mm_set1_pd(FLOAT_FULL_SCALE));
-        // Below the range, the truncation itself gives the lowest sample.
-        return _mm_cvttpd_epi32(_mm_min_pd(scaled, _mm_set1_pd(HIGHEST_SAMPLE)));
+        const __m128d not_above = _mm_min_pd(scaled, _mm_set1_pd(INT32_MAX));
+        return _mm_cvttpd_epi32(_mm_max_pd(not_above, _mm_set1_pd(INT32_MIN)));
     }
     static __m128i laneFromFloat(__m128i bits) {
         const __m128 any = _mm_castsi128_ps(bits);

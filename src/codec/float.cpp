@@ -13,12 +13,7 @@ namespace {
 constexpr double FULL_SCALE = 2147483646.0;
 
 int32_t fromFloat(float value) {
-    const double scaled = static_cast<double>(value) * FULL_SCALE;
-    if (std::isnan(scaled)) {
-        return 0;
-    }
-    // Below the range, the truncation itself gives the lowest sample.
-    return scaled > INT32_MAX ? INT32_MAX : truncateToInt32(scaled);
+    return saturateToInt32(static_cast<double>(value) * FULL_SCALE);
 }
 
 } // namespace

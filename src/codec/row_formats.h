@@ -89,7 +89,6 @@ struct pcm32_rows {
 // The sample that 1.0 stands for, 2^31 - 2. To multiply by its inverse and round to a single gives
 // the same as to divide, for every sample.
 constexpr double FLOAT_FULL_SCALE = 2147483646.0;
-constexpr double HIGHEST_SAMPLE = 2147483647.0;
 
 template <typename V>
 struct float_rows {

@@ -28,8 +28,8 @@ typename V::vector besselI0Lanes(typename V::vector half_x) {
     return sum;
 }
 
-// Coefficients k .. k + DESIGN_BATCH - 1 from the centre, given their sines. Behind the table's
-// end they are of no use.
+// DESIGN_BATCH coefficients, given their distances from the centre, at most `half`, and their
+// sines.
 template <typename V>
 void designBatch(double *values, const double *sines, const double *distances, double half,
                  double beta, double norm) {
@@ -56,7 +56,9 @@ void designFilter(double *table, int32_t length, uint32_t phases, double beta, d
     table[half] = (cutoff + cutoff) * gain;
     for (int32_t k = 1; k <= half; k += DESIGN_BATCH) {
         for (int32_t i = 0; i < DESIGN_BATCH; ++i) {
-            distances[i] = k + i;
+            // Behind the table's end the last coefficient again: it is of no use, but there the
+            // window is the square root of a negative number.
+            distances[i] = k + i < half ? k + i : half;
             sines[i] = sin(w * distances[i]);
         }
         designBatch<V>(values, sines, distances, half, beta, norm);

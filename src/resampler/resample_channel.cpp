@@ -2,18 +2,6 @@
 
 #include "core/truncate.h"
 
-namespace {
-
-int32_t saturateToInt32(double sum) {
-    if (sum > INT32_MAX) {
-        return INT32_MAX;
-    }
-    // Below the range, the truncation itself gives the lowest sample.
-    return truncateToInt32(sum);
-}
-
-} // namespace
-
 void resampleChannel(const resampler_state &state, const int32_t *input, int32_t *output,
                      uint32_t outputs) {
     const uint64_t up = state.up_factor;

@@ -8,9 +8,9 @@ namespace {
 
 // A vector of doubles for the forms that are written once for all instruction sets, one rounding
 // to each operation. loadSamples converts as many samples as there are lanes, storeDoubles four.
-// storeTruncated gives -2147483648 for what leaves the 32-bit range or is not a number;
-// storeSaturated, for numbers, gives the nearest limit: below the range, the truncation itself
-// does.
+// storeTruncated gives -2147483648 for what leaves the 32-bit range or is not a number, and raises
+// the floating-point flag for invalid operations; storeSaturated, for numbers, gives the nearest
+// limit and raises none.
 struct avx2_doubles {
     using vector = __m256d;
     using mask = __m256d;
@@ -65,7 +65,8 @@ struct avx2_doubles {
         _mm_storeu_si128(reinterpret_cast<__m128i *>(samples), _mm256_cvttpd_epi32(a));
     }
     static void storeSaturated(int32_t *samples, vector a) {
-        storeTruncated(samples, _mm256_min_pd(a, spread(2147483647.0)));
+        const vector not_above = _mm256_min_pd(a, spread(INT32_MAX));
+        storeTruncated(samples, _mm256_max_pd(not_above, spread(INT32_MIN)));
     }
 };
 

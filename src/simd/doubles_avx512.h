@@ -8,9 +8,9 @@ namespace {
 
 // A vector of doubles for the forms that are written once for all instruction sets, one rounding
 // to each operation. loadSamples converts as many samples as there are lanes, storeDoubles four.
-// storeTruncated gives -2147483648 for what leaves the 32-bit range or is not a number;
-// storeSaturated, for numbers, gives the nearest limit: below the range, the truncation itself
-// does.
+// storeTruncated gives -2147483648 for what leaves the 32-bit range or is not a number, and raises
+// the floating-point flag for invalid operations; storeSaturated, for numbers, gives the nearest
+// limit and raises none.
 struct avx512_doubles {
     using vector = __m512d;
     using mask = __mmask8;
@@ -70,7 +70,8 @@ struct avx512_doubles {
                             _mm512_maskz_cvttpd_epi32(ALL, a));
     }
     static void storeSaturated(int32_t *samples, vector a) {
-        storeTruncated(samples, _mm512_maskz_min_pd(ALL, a, spread(2147483647.0)));
+        const vector not_above = _mm512_maskz_min_pd(ALL, a, spread(INT32_MAX));
+        storeTruncated(samples, _mm512_maskz_max_pd(ALL, not_above, spread(INT32_MIN)));
     }
 };
 

@@ -8,9 +8,9 @@ namespace {
 
 // A vector of doubles for the forms that are written once for all instruction sets, one rounding
 // to each operation. loadSamples converts as many samples as there are lanes, storeDoubles four.
-// storeTruncated gives -2147483648 for what leaves the 32-bit range or is not a number;
-// storeSaturated, for numbers, gives the nearest limit: below the range, the truncation itself
-// does.
+// storeTruncated gives -2147483648 for what leaves the 32-bit range or is not a number, and raises
+// the floating-point flag for invalid operations; storeSaturated, for numbers, gives the nearest
+// limit and raises none.
 struct sse2_doubles {
     using vector = __m128d;
     static constexpr unsigned LANES = 2;
@@ -44,7 +44,8 @@ struct sse2_doubles {
         _mm_storel_epi64(reinterpret_cast<__m128i *>(samples), _mm_cvttpd_epi32(a));
     }
     static void storeSaturated(int32_t *samples, vector a) {
-        storeTruncated(samples, _mm_min_pd(a, spread(2147483647.0)));
+        const vector not_above = _mm_min_pd(a, spread(INT32_MAX));
+        storeTruncated(samples, _mm_max_pd(not_above, spread(INT32_MIN)));
     }
 };
 
