@@ -330,9 +330,9 @@ int32_t audioConverterCheckSettings(callback_lookup lookup,
  * Returns the converter, to be released with audioConverterFree, or null, with nothing
  * left allocated, when settings is null, when it fails validation (with that message),
  * when memory runs out (no message), or when the rates are so nearly coprime that the
- * filter table, 8 * (40 * L + 1) bytes, would exceed 1 GiB (no message). Creation takes
- * well under a millisecond for usual rates and up to a few seconds for the largest
- * table. All functions
+ * filter table, 8 * (40 * L + 1) bytes, would exceed 256 MiB (no message): L up to
+ * 838,860, which every pair of rates to 838 kHz keeps. Creation takes well under a
+ * millisecond for usual rates and under a second for the largest table. All functions
  * found by the lookup must stay valid until audioConverterFree returns. */
 audio_converter *audioConverterNew(callback_lookup lookup,
                                    const audio_converter_settings *settings);

@@ -1,6 +1,6 @@
 #include "guarded_buffer.h"
 #include "resampler/filter_design.h"
-#include "resampler/kernel_table.h"
+#include "resampler/packed_coefficients.h"
 #include "resampler/resample_channel.h"
 #include "resampler/resample_channels.h"
 #include "resampler/resampler.h"
@@ -40,16 +40,11 @@ constexpr rate_case RATES[] = {
     {"seven_outputs_left", 441, 47},
     {"far_apart", 4800, 1},
     {"no_table_rows_apart", 5000, 9},
-    {"no_table_large", 8009, 8011},
+    {"many_phases", 8009, 8011},
+    {"no_table_large", 300007, 300009},
     {"one_to_many", 1, 5000},
     {"table_near_limit", 2039, 2049},
     {"several_windows", 5101, 367},
-};
-
-struct free_block {
-    void operator()(void *block) const {
-        free(block);
-    }
 };
 
 class resample_kernels : public testing::TestWithParam<rate_case> {
@@ -67,21 +62,15 @@ protected:
                                state_.up_factor, 9.0,
                                0.6 / std::max(state_.up_factor, state_.down_factor));
         state_.filter = filter_.data();
-        makeTable(rates);
+        makeTable();
     }
 
-    void makeTable(const rate_case &rates) {
-        audio_converter_settings settings = {};
-        settings.input_sample_rate = rates.input_rate;
-        settings.output_sample_rate = rates.output_rate;
-        const size_t bytes = kernelTableBytes(settings);
-        ASSERT_LE(bytes, size_t{1} << 21);
-        if (bytes != 0) {
-            block_.reset(
-                static_cast<audio_converter *>(calloc(1, sizeof(audio_converter) + bytes)));
-            table_ = kernelTablePlace(*block_);
-            ASSERT_EQ(reinterpret_cast<uintptr_t>(table_) % 64, 0u);
-            fillKernelTable(state_, table_);
+    void makeTable() {
+        planPackedCoefficients(state_);
+        packed_ = std::vector<char>(state_.packed_bytes);
+        if (state_.packed_bytes != 0) {
+            packCoefficients(state_, packed_.data());
+            ASSERT_EQ(reinterpret_cast<uintptr_t>(state_.packed) % 64, 0u);
         }
     }
 
@@ -95,8 +84,7 @@ protected:
 
     resampler_state state_ = {};
     std::vector<double> filter_;
-    std::unique_ptr<audio_converter, free_block> block_;
-    double *table_ = nullptr;
+    std::vector<char> packed_;
     std::minstd_rand random_{1};
 };
 
@@ -133,8 +121,8 @@ void resample_kernels::compare(uint32_t outputs, uint32_t channels) {
         for (unsigned c = 0; c < channels; ++c) {
             to[c] = buffers[channels + c]->ending<int32_t>(outputs);
         }
-        resampleChannels({&state_, table_, from, to, outputs},
-                         kernelsOf(static_cast<cpu_level>(level)).resample);
+        state_.kernel = kernelsOf(static_cast<cpu_level>(level)).resample;
+        resampleChannels({&state_, from, to, outputs});
         for (unsigned c = 0; c < channels; ++c) {
             ASSERT_TRUE(std::equal(expected[c].begin(), expected[c].end(), to[c])) << "slot " << c;
             ASSERT_TRUE(buffers[channels + c]->frontIsIntact()) << "slot " << c;

@@ -103,8 +103,8 @@ TEST(Resampler, TableLimit) {
         uint32_t input_rate, output_rate;
         size_t largest_request;
     } rows[] = {
-        {1, 3355443, 8 * (40 * size_t{3355443} + 1)},
-        {1, 3355444, 0},
+        {1, 838860, 8 * (40 * size_t{838860} + 1)},
+        {1, 838861, 0},
         {1, UINT32_MAX, 0},
         {UINT32_MAX, UINT32_MAX - 1, 0},
     };

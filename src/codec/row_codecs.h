@@ -87,6 +87,8 @@ codec_pair rowCodec(unsigned channels) {
     case 6:
         return codecPair<row_codec<Rows, six_kernel<V, Rows>, PLAIN, UNIT>>();
     default:
+        // What is left is 5, 7 and 8: a frame is two quads that may share samples.
+        static_assert(AUDIO_MAX_CHANNELS == 8);
         return codecPair<row_codec<Rows, wide_kernel<V, Rows>, PLAIN, UNIT>>();
     }
 }

@@ -4,7 +4,7 @@
 #include "pipeline/channel_inputs.h"
 #include "pipeline/held_output.h"
 #include "pipeline/output_writer.h"
-#include "resampler/resampler.h"
+#include "pipeline/resampler_sets.h"
 
 namespace {
 
@@ -38,7 +38,7 @@ block_result runBlock(audio_converter &converter, uint32_t samples) {
     }
     mixerRun(converter.mixer, *converter.kernels, converter.work, samples);
     channel_buffer_set *set;
-    if (resamplerRun(converter, &set) != 0) {
+    if (resamplerRun(converter.resampler, setsOf(converter), &set) != 0) {
         converter.work.count -= samples;
         return BLOCK_FAILED;
     }

@@ -4,7 +4,7 @@
 #include "pipeline/channel_inputs.h"
 #include "pipeline/held_output.h"
 #include "pipeline/output_writer.h"
-#include "resampler/resampler.h"
+#include "pipeline/resampler_sets.h"
 
 #include <algorithm>
 
@@ -54,7 +54,8 @@ uint32_t drainChannelInputs(audio_converter &converter) {
         if (result == BLOCK_HELD) {
             // Output piles up: room for all of it at once. Without it the blocks make do one by
             // one.
-            resamplerReserve(converter, longestChannelInput(converter));
+            resamplerReserve(converter.resampler, setsOf(converter),
+                             longestChannelInput(converter));
         }
     }
     return 0;
@@ -87,7 +88,8 @@ uint32_t endStream(audio_converter &converter, uint32_t discard_tail) {
     // The host knows which of its streams were full; what they did not accept waits.
     writeOutput(converter, held);
     channel_buffer_set *set;
-    if (drainChannelInputs(converter) != 0 || resamplerFlush(converter, &set, discard_tail) != 0) {
+    if (drainChannelInputs(converter) != 0 ||
+        resamplerFlush(converter.resampler, setsOf(converter), &set, discard_tail) != 0) {
         return 1;
     }
     if (discard_tail != 0) {

@@ -6,7 +6,7 @@
 #include "mixer/mixer.h"
 #include "pipeline/messages.h"
 #include "pipeline/output_writer.h"
-#include "resampler/resampler.h"
+#include "pipeline/resampler_sets.h"
 
 #include <cstring>
 
@@ -135,7 +135,7 @@ uint32_t takeInput(audio_converter &converter, const input_bytes &input, channel
     uint32_t failed = decodeInterleaved(converter, input, samples, tail);
     if (failed == 0) {
         mixerRun(converter.mixer, *converter.kernels, converter.work, samples);
-        failed = resamplerRun(converter, set);
+        failed = resamplerRun(converter.resampler, setsOf(converter), set);
     }
     if (failed != 0) {
         converter.aes3_frame_remaining = aes3_frame_remaining;

@@ -69,8 +69,9 @@ audio_converter *createConverter(callback_lookup lookup, const audio_converter_s
         allocate = malloc;
     }
 
-    // The record, and behind it the vector forms' own coefficients.
-    const size_t block_bytes = sizeof(audio_converter) + kernelTableBytes(effective);
+    // The record, and behind it the packed coefficients.
+    const resampler_state resampler = planResampler(effective);
+    const size_t block_bytes = sizeof(audio_converter) + resampler.packed_bytes;
     auto *converter = static_cast<audio_converter *>(allocate(block_bytes));
     if (converter == nullptr) {
         return nullptr;
@@ -82,7 +83,9 @@ audio_converter *createConverter(callback_lookup lookup, const audio_converter_s
     converter->kernels = &kernels;
     converter->decode = chooseInputDecoder(*converter);
     mixerSetup(converter->mixer, converter->settings);
-    if (resamplerSetup(*converter) != 0) {
+    converter->resampler = resampler;
+    if (resamplerSetup(converter->resampler, converter->memory, kernels, converter->work,
+                       converter + 1) != 0) {
         releaseConverter(*converter);
         return nullptr;
     }
@@ -108,7 +111,7 @@ int32_t attachStream(audio_converter &converter, bufstream *stream, unsigned slo
 }
 
 void releaseConverter(audio_converter &converter) {
-    resamplerRelease(converter);
+    resamplerRelease(converter.resampler, converter.memory);
     for (unsigned slot = 0; slot < AUDIO_MAX_CHANNELS; ++slot) {
         releasePosition(converter.memory, converter.resampled, slot);
         releasePosition(converter.memory, converter.work, slot);

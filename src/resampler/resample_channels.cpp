@@ -10,9 +10,9 @@ uint64_t resampleChannelsPlain(const resample_job &job) {
     return job.outputs_per_channel;
 }
 
-void resampleChannels(const resample_job &job, resample_kernel kernel) {
+void resampleChannels(const resample_job &job) {
     const resampler_state &state = *job.state;
-    const uint64_t done = kernel(job);
+    const uint64_t done = state.kernel(job);
     const auto left = static_cast<uint32_t>(job.outputs_per_channel - done);
     // Whole periods are done, so the rest starts at phase 0 again.
     const uint64_t consumed = done / state.up_factor * state.down_factor;

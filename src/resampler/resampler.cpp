@@ -1,13 +1,12 @@
 #include "resampler/resampler.h"
 
-#include "core/sample_arrays.h"
 #include "resampler/resample_channels.h"
 
 #include <cstring>
 
 namespace {
 
-// Outputs that `held` input samples allow: whole rounds of L, so that the next run starts at
+// Outputs that `held` input samples allow: whole periods of L, so that the next run starts at
 // phase 0 again.
 uint64_t countOutputs(const resampler_state &state, uint32_t held) {
     const uint64_t positions = uint64_t{held} * state.up_factor;
@@ -18,16 +17,13 @@ uint64_t countOutputs(const resampler_state &state, uint32_t held) {
     return outputs / state.up_factor * state.up_factor;
 }
 
-void filterInto(audio_converter &converter, uint64_t outputs) {
-    const channel_buffer_set &work = converter.work;
-    channel_buffer_set &resampled = converter.resampled;
+void filterInto(const resampler_state &state, const resampler_sets &sets, uint64_t outputs) {
+    channel_buffer_set &resampled = sets.resampled;
     int32_t *behind[AUDIO_MAX_CHANNELS] = {};
-    for (unsigned c = 0; c < converter.resampler.channels; ++c) {
+    for (unsigned c = 0; c < state.channels; ++c) {
         behind[c] = resampled.data[c] + resampled.count;
     }
-    const resample_job job = {&converter.resampler, converter.resampler.kernel_table, work.data,
-                              behind, outputs};
-    resampleChannels(job, converter.kernels->resample);
+    resampleChannels({&state, sets.work.data, behind, outputs});
     resampled.count += static_cast<uint32_t>(outputs);
 }
 
@@ -40,44 +36,45 @@ void dropConsumed(channel_buffer_set &work, uint32_t consumed, uint32_t channels
 
 } // namespace
 
-uint32_t resamplerReserve(audio_converter &converter, uint32_t extra) {
-    if (hasEqualRates(converter)) {
+uint32_t resamplerReserve(const resampler_state &state, const resampler_sets &sets,
+                          uint32_t extra) {
+    if (hasEqualRates(state)) {
         return 0;
     }
-    const resampler_state &state = converter.resampler;
-    const uint64_t held = uint64_t{converter.work.count} + extra;
-    return growChannelBufferSet(converter.memory, converter.resampled,
+    const uint64_t held = uint64_t{sets.work.count} + extra;
+    return growChannelBufferSet(sets.memory, sets.resampled,
                                 held * state.up_factor / state.down_factor, state.channels);
 }
 
-uint32_t resamplerRun(audio_converter &converter, channel_buffer_set **out) {
-    if (hasEqualRates(converter)) {
-        *out = &converter.work;
+uint32_t resamplerRun(const resampler_state &state, const resampler_sets &sets,
+                      channel_buffer_set **out) {
+    if (hasEqualRates(state)) {
+        *out = &sets.work;
         return 0;
     }
-    const resampler_state &state = converter.resampler;
-    const uint64_t outputs = countOutputs(state, converter.work.count);
-    if (growChannelBufferSet(converter.memory, converter.resampled, outputs, state.channels) != 0) {
+    const uint64_t outputs = countOutputs(state, sets.work.count);
+    if (growChannelBufferSet(sets.memory, sets.resampled, outputs, state.channels) != 0) {
         return 1;
     }
     if (outputs != 0) {
-        filterInto(converter, outputs);
+        filterInto(state, sets, outputs);
         const uint64_t consumed = outputs / state.up_factor * state.down_factor;
-        dropConsumed(converter.work, static_cast<uint32_t>(consumed), state.channels);
+        dropConsumed(sets.work, static_cast<uint32_t>(consumed), state.channels);
     }
-    *out = &converter.resampled;
+    *out = &sets.resampled;
     return 0;
 }
 
-uint32_t resamplerFlush(audio_converter &converter, channel_buffer_set **out, uint32_t discard) {
-    channel_buffer_set &work = converter.work;
-    if (hasEqualRates(converter)) {
+uint32_t resamplerFlush(const resampler_state &state, const resampler_sets &sets,
+                        channel_buffer_set **out, uint32_t discard) {
+    channel_buffer_set &work = sets.work;
+    if (hasEqualRates(state)) {
         *out = &work;
         return 0;
     }
-    *out = &converter.resampled;
-    const resampler_state &state = converter.resampler;
-    // Fewer samples than the lead-in: input that came after an earlier flush; it has no outputs.
+    *out = &sets.resampled;
+    // Fewer samples than the history at the start: input that came after an earlier flush; it has
+    // no outputs.
     if (discard != 0 || work.count < state.history) {
         work.count = 0;
         return 0;
@@ -85,24 +82,24 @@ uint32_t resamplerFlush(audio_converter &converter, channel_buffer_set **out, ui
     const uint64_t outputs =
         uint64_t{work.count - state.history} * state.up_factor / state.down_factor;
     const uint32_t shared_capacity = work.capacity;
-    if (growChannelBufferSet(converter.memory, converter.resampled, outputs, state.channels) != 0 ||
-        growChannelBufferSet(converter.memory, work, state.history, state.channels) != 0) {
+    if (growChannelBufferSet(sets.memory, sets.resampled, outputs, state.channels) != 0 ||
+        growChannelBufferSet(sets.memory, work, state.history, state.channels) != 0) {
         return 1;
     }
     for (unsigned c = 0; c < state.channels; ++c) {
         memset(work.data[c] + work.count, 0, state.history * sizeof(int32_t));
     }
-    filterInto(converter, outputs);
+    filterInto(state, sets, outputs);
     work.count = 0;
     // Only the resampled arrays have grown; input that follows needs what all eight can hold.
     work.capacity = shared_capacity;
     return 0;
 }
 
-uint32_t resamplerRelease(audio_converter &converter) {
-    if (converter.resampler.filter != nullptr) {
-        converter.memory.free(converter.resampler.filter);
-        converter.resampler.filter = nullptr;
+uint32_t resamplerRelease(resampler_state &state, const host_memory &memory) {
+    if (state.filter != nullptr) {
+        memory.free(state.filter);
+        state.filter = nullptr;
     }
     return 0;
 }

@@ -4,7 +4,7 @@
 
 // Shared by the vector forms; internal linkage, see vector_phases.h.
 //
-// Forms that read the kernel table's rows whole, a group of eight phases at a time.
+// Forms that read the packed coefficients's rows whole, a group of eight phases at a time.
 namespace {
 
 // The groups whose input the scratch holds at once. The rows past the last output's, which no
@@ -29,7 +29,7 @@ group_window openWindow(const phase_plan &plan, uint64_t group, uint64_t phases,
 }
 
 const double *tableOf(const phase_plan &plan, uint64_t group) {
-    return plan.kernel_table + group * plan.group_rows * PHASES_PER_GROUP;
+    return plan.packed + group * plan.group_rows * PHASES_PER_GROUP;
 }
 
 // Rows of the window in front of a group's first.
@@ -76,7 +76,7 @@ struct phase_rows {
 
 phase_rows rowsOfPhases(const phase_plan &plan, uint64_t first, uint64_t last) {
     // Phase 0 has a tap more, which shows when it stands alone.
-    const uint64_t taps = first == 0 ? TAPS + 1 : TAPS;
+    const uint64_t taps = first == 0 ? TAPS_PER_PHASE + 1 : TAPS_PER_PHASE;
     return {first * plan.down / plan.up,
             smaller(firstSampleOf(plan, last) + taps, plan.group_rows)};
 }

@@ -1,13 +1,11 @@
 #pragma once
 
-#include "resampler/kernel_table.h"
+#include "resampler/packed_coefficients.h"
 #include "resampler/resample_channels.h"
 
 // Shared by the vector forms. Everything has internal linkage: each instruction set's unit owns
 // its copy, compiled for that set.
 namespace {
-
-constexpr unsigned TAPS = 40; // of every phase but phase 0, which has one more
 
 // The steps from one output to the next, and where its coefficients stand.
 struct phase_plan {
@@ -16,8 +14,8 @@ struct phase_plan {
     uint64_t whole_step; // down / up
     uint64_t part_step;  // down % up
     const double *filter;
-    const double *kernel_table; // or null
-    size_t group_rows;          // of the kernel table; 0 without
+    const double *packed; // coefficients, or null
+    size_t group_rows;    // of packed coefficients; 0 without
 };
 
 struct phase_cursor {
@@ -34,8 +32,8 @@ phase_plan makePlan(const resample_job &job) {
     plan.whole_step = plan.down / plan.up;
     plan.part_step = plan.down % plan.up;
     plan.filter = state.filter;
-    plan.kernel_table = job.kernel_table;
-    plan.group_rows = job.kernel_table == nullptr ? 0 : kernelTableRows(plan.up, plan.down);
+    plan.packed = state.packed;
+    plan.group_rows = state.packed_rows;
     return plan;
 }
 
@@ -45,13 +43,13 @@ uint64_t firstSampleOf(const phase_plan &plan, uint64_t phase) {
 
 // Input samples that the first `phases` outputs of a round span, from the round's start.
 uint64_t samplesUnder(const phase_plan &plan, uint64_t phases) {
-    const uint64_t end = firstSampleOf(plan, phases - 1) + TAPS;
-    return end > TAPS ? end : end + 1;
+    const uint64_t end = firstSampleOf(plan, phases - 1) + TAPS_PER_PHASE;
+    return end > TAPS_PER_PHASE ? end : end + 1;
 }
 
 // The same of a whole round.
 uint64_t samplesUnderRound(const phase_plan &plan) {
-    return plan.down - plan.whole_step + TAPS + (plan.up == 1 ? 1 : 0);
+    return plan.down - plan.whole_step + TAPS_PER_PHASE + (plan.up == 1 ? 1 : 0);
 }
 
 void advance(const phase_plan &plan, phase_cursor &cursor) {

@@ -13,8 +13,8 @@
 // one by one.
 namespace {
 
-// Without a kernel table, fewer lanes than this run faster one after the other: a tile of them is
-// mostly empty, or its rounds are too short to pay for the gathering.
+// Without a packed coefficients, fewer lanes than this run faster one after the other: a tile of
+// them is mostly empty, or its rounds are too short to pay for the gathering.
 template <typename V>
 uint64_t fewestTiled(const phase_plan &plan) {
     constexpr uint64_t FEWEST_OF_SHORT_ROUNDS = 12;
@@ -29,7 +29,7 @@ void runSingleLane(const resample_job &job, const phase_plan &plan, uint64_t lan
     const uint64_t channel = lane % job.state->channels;
     const int32_t *input = job.inputs[channel] + round * plan.down;
     int32_t *output = job.outputs[channel] + round * plan.up;
-    if (plan.kernel_table != nullptr) {
+    if (plan.packed != nullptr) {
         filterPartOfRound<V>(plan, input, output, plan.up, scratch);
     } else {
         resampleChannel(*job.state, input, output, job.state->up_factor);
@@ -41,7 +41,7 @@ template <typename V, unsigned WIDTH>
 unsigned runTileOf(const resample_job &job, const phase_plan &plan, uint64_t lane, uint64_t left,
                    double *scratch) {
     const auto lanes = static_cast<unsigned>(smaller(left, WIDTH));
-    if (plan.kernel_table != nullptr && plan.group_rows <= V::MOST_GROUP_ROWS) {
+    if (plan.packed != nullptr && plan.group_rows <= V::MOST_GROUP_ROWS) {
         filterRoundsInGroups<V, WIDTH>(job, plan, lane, lanes, scratch);
     } else {
         filterRounds<V, WIDTH>(job, plan, lane, lanes, scratch);
@@ -65,7 +65,7 @@ unsigned runTile(const resample_job &job, const phase_plan &plan, uint64_t lane,
 template <typename V>
 void runRounds(const resample_job &job, const phase_plan &plan, uint64_t rounds, double *scratch) {
     const uint64_t lanes = rounds * job.state->channels;
-    const uint64_t single = plan.kernel_table != nullptr ? V::FEW_LANES : fewestTiled<V>(plan) - 1;
+    const uint64_t single = plan.packed != nullptr ? V::FEW_LANES : fewestTiled<V>(plan) - 1;
     uint64_t lane = 0;
     while (lane < lanes) {
         const uint64_t left = lanes - lane;
@@ -90,7 +90,7 @@ uint64_t runForm(const resample_job &job) {
     const phase_plan plan = makePlan(job);
     const uint64_t rounds = job.outputs_per_channel / plan.up;
     const uint64_t left = job.outputs_per_channel % plan.up;
-    if (plan.down <= LARGEST_STRETCHED_STEP) {
+    if (plan.down <= LARGEST_SEGMENTED_STEP) {
         if (rounds * job.state->channels < fewestStretched(plan)) {
             return 0;
         }
@@ -98,7 +98,7 @@ uint64_t runForm(const resample_job &job) {
         return rounds * plan.up;
     }
     runRounds<V>(job, plan, rounds, scratch);
-    if (left == 0 || plan.kernel_table == nullptr) {
+    if (left == 0 || plan.packed == nullptr) {
         return rounds * plan.up;
     }
     for (unsigned c = 0; c < job.state->channels; ++c) {

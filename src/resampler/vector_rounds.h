@@ -25,7 +25,8 @@ void filterRounds(const resample_job &job, const phase_plan &plan, uint64_t firs
     phase_cursor cursor = {};
     while (cursor.phase < plan.up) {
         const uint64_t first = cursor.first;
-        const uint64_t end = smaller(plan.up, (first + ROWS - TAPS - 1) * plan.up / plan.down + 1);
+        const uint64_t end =
+            smaller(plan.up, (first + ROWS - TAPS_PER_PHASE - 1) * plan.up / plan.down + 1);
         gatherRows<V>(places, first, samplesUnder(plan, end) - first, scratch);
         const lane_tile tile = {scratch, first, places.destinations, lanes};
         filterTile<V, WIDTH>(plan, tile, cursor, end);

@@ -110,7 +110,7 @@ void filterBlock(const phase_plan &plan, const double *samples, phase_cursor &cu
     }
     // 2. The 40 that all have. Unrolled, or counting the taps competes with the arithmetic.
 #pragma GCC unroll 4
-    for (unsigned tap = 0; tap < TAPS; ++tap) {
+    for (unsigned tap = 0; tap < TAPS_PER_PHASE; ++tap) {
         typename V::vector factor[PHASES];
         for (unsigned p = 0; p < PHASES; ++p) {
             factor[p] = V::spread(coefficients[p][tap * up]);

@@ -100,7 +100,7 @@ void filterPhases(const phase_plan &plan, const lane_tile &tile, phase_cursor &c
     }
     // 2. The 40 that all have. Unrolled, or counting the taps competes with the arithmetic.
 #pragma GCC unroll 4
-    for (unsigned tap = 0; tap < TAPS; ++tap) {
+    for (unsigned tap = 0; tap < TAPS_PER_PHASE; ++tap) {
         for (unsigned p = 0; p < PHASES; ++p) {
             addProducts<V, VECTORS>(sum[p], rows[p] + tap * WIDTH, coefficients[p][tap * plan.up]);
         }

@@ -2,9 +2,8 @@
 
 #include "core/codec_function.h"
 #include "core/mixer_state.h"
+#include "core/resampler_state.h"
 #include "simd/levels.h"
-
-struct resample_job;
 
 // The kernels of every level, by what they compute. All of a kind have one signature and give the
 // same result, bit for bit: that of the scalar kernel, which is the definition.
@@ -42,8 +41,7 @@ void reorderChannels(const channel_pointers &channels, uint32_t n, const uint8_t
 void moveChannels(const channel_pointers &channels, uint32_t n, const uint8_t *input_map,
                   const uint8_t *output_map, uint8_t input_channels);
 
-// Outputs done per channel, whole periods of L unless it is all; the scalar kernel does the rest.
-using resample_kernel = uint64_t (*)(const resample_job &job);
+// As resample_channels.h says.
 uint64_t resampleChannelsPlain(const resample_job &job);
 uint64_t resampleChannelsSse2(const resample_job &job);
 uint64_t resampleChannelsAvx2(const resample_job &job);

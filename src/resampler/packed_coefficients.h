@@ -1,8 +1,8 @@
 #pragma once
 
-#include "core/instance.h"
+#include "core/resampler_state.h"
 
-// A private copy of the coefficients, ordered as the vector forms read them: groups of eight
+// The coefficients once more, ordered as the SIMD kernels read them: groups of eight
 // phases, in each group rows of input samples, in each row one coefficient per phase.
 //
 //           phase 8g   8g + 1   8g + 2  ...  8g + 7
@@ -16,15 +16,15 @@
 
 constexpr uint32_t PHASES_PER_GROUP = 8;
 
-// Up to this M the vector forms walk stretches of many rounds and read `resampler_state::filter`;
-// there is no private copy.
-constexpr uint32_t LARGEST_STRETCHED_STEP = 32;
+// Up to this M the SIMD kernels walk segments of many periods and read `resampler_state::filter`;
+// nothing is packed.
+constexpr uint32_t LARGEST_SEGMENTED_STEP = 32;
 
 // Rows of one group; L and M nonzero.
-uint64_t kernelTableRows(uint64_t up, uint64_t down);
+uint64_t packedRows(uint64_t up, uint64_t down);
 
-// The start of the private copy in the block of `converter`: aligned to 64 bytes.
-double *kernelTablePlace(audio_converter &converter);
+// Computes packed_rows and packed_bytes from L and M.
+void planPackedCoefficients(resampler_state &state);
 
-// Fills a zeroed table from the filter.
-void fillKernelTable(const resampler_state &state, double *table);
+// Fills `packed` from the filter, in packed_bytes zeroed bytes at `place`, aligned to 64 bytes.
+void packCoefficients(resampler_state &state, void *place);
