@@ -1,8 +1,9 @@
 #include "conversion.h"
 
-#include "block_reader.h"
+#include "dither.h"
 #include "errors.h"
 #include "library_host.h"
+#include "signals.h"
 
 #include <algorithm>
 #include <chrono>
@@ -10,13 +11,18 @@
 namespace {
 
 constexpr size_t AES3_HEADER_BYTES = 4;
+constexpr uint64_t DITHER_SEED = 1; // of the first output stream
 
 class conversion_run {
 public:
     explicit conversion_run(conversion_work &to_do)
         : work(to_do), converter(newConverter(to_do.plan.settings)) {
-        makeMeters();
-        attachStreams();
+        if (work.measure_levels) {
+            makeMeters();
+        }
+        for (size_t k = 0; k < work.sinks.size(); ++k) {
+            attachStream(k);
+        }
     }
 
     conversion_outcome run() {
@@ -27,6 +33,9 @@ public:
             feedSeparately();
         }
         check(audioConverterDone(converter.get(), 0));
+        for (const auto &stage : dither_stages) {
+            stage->finish();
+        }
         finish();
         const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
         outcome.seconds = elapsed.count();
@@ -35,9 +44,6 @@ public:
 
 private:
     void makeMeters() {
-        if (!work.measure_levels) {
-            return;
-        }
         for (const auto &source : work.sources) {
             outcome.input_meters.push_back(std::make_unique<level_meter>(
                 source->description.bytes, source->description.depth));
@@ -48,24 +54,31 @@ private:
         }
     }
 
-    void attachStreams() {
+    // Library -> dither stage, if there is one -> sink.
+    void attachStream(size_t k) {
         const audio_converter_settings &settings = work.plan.settings;
-        for (size_t k = 0; k < work.sinks.size(); ++k) {
-            streams.push_back(std::make_unique<output_stream>(
-                settings.out_frame_size + AES3_HEADER_BYTES,
-                [this, k](std::span<const uint8_t> bytes) { takeOutput(k, bytes); }));
-            bufstream *operations = streams.back()->operations();
-            if (settings.output_separate_channels) {
-                audioConverterInitChannel(converter.get(), operations, static_cast<int32_t>(k));
-            } else {
-                audioConverterInit(converter.get(), operations);
-            }
+        output_stream::byte_function take = [this, k](auto bytes) { takeOutput(k, bytes); };
+        if (work.plan.dither) {
+            dither_stages.push_back(
+                std::make_unique<dither_stage>(work.plan.targets[k].bytes, work.plan.write_bytes,
+                                               DITHER_SEED + k, std::move(take)));
+            take = [stage = dither_stages.back().get()](auto bytes) { stage->take(bytes); };
+        }
+        streams.push_back(std::make_unique<output_stream>(
+            settings.out_frame_size + AES3_HEADER_BYTES, std::move(take)));
+        bufstream *operations = streams.back()->operations();
+        if (settings.output_separate_channels) {
+            audioConverterInitChannel(converter.get(), operations, static_cast<int32_t>(k));
+        } else {
+            audioConverterInit(converter.get(), operations);
         }
     }
 
     void takeOutput(size_t k, std::span<const uint8_t> bytes) {
+        const byte_format &format = work.plan.targets[k].bytes;
         if (k == 0) {
-            outcome.output_frames += frameCount(work.plan.targets[k].bytes, bytes.size());
+            outcome.output_frames += audioConverterBytesToSamples(
+                static_cast<uint32_t>(bytes.size()), format.format, format.channels, format.bits);
         }
         if (!outcome.output_meters.empty()) {
             outcome.output_meters[k]->takeWritten(bytes);
@@ -79,79 +92,74 @@ private:
         }
     }
 
+    uint64_t countFrames(uint64_t byte_count) const {
+        const byte_format &format = work.sources[0]->description.bytes;
+        return byte_count / groupBytes(format) * groupFrames(format.format);
+    }
+
     void feedInterleaved() {
-        block_sizes sizes(work.block);
-        block_reader reader(*work.sources[0], work.block.byte_count);
-        for (;;) {
-            const std::span<const uint8_t> block = reader.next(sizes.next());
-            if (block.empty()) {
-                break;
+        std::vector<uint8_t> buffer(std::max<size_t>(work.block_bytes, 1 << 16));
+        uint64_t byte_count = 0;
+        while (const size_t count = work.sources[0]->read(buffer)) {
+            const auto bytes = std::span<const uint8_t>(buffer).first(count);
+            measureInput(0, bytes);
+            for (size_t start = 0; start < count; start += work.block_bytes) {
+                const auto size = std::min<size_t>(work.block_bytes, count - start);
+                check(audioConverterPutBytes(converter.get(), &bytes[start],
+                                             static_cast<uint32_t>(size)));
             }
-            measureInput(0, block);
-            check(audioConverterPutBytes(converter.get(), block.data(),
-                                         static_cast<uint32_t>(block.size())));
-            work.progress.update(work.sources[0]->framesRead());
+            byte_count += count;
+            work.progress.update(countFrames(byte_count));
         }
-        outcome.input_frames = work.sources[0]->framesRead();
+        outcome.input_frames = countFrames(byte_count);
     }
 
     // One block of every channel in turn, so that no channel runs ahead and memory stays
     // constant. Blocks are whole groups: the library drops a part of a sample at the end.
     void feedSeparately() {
         const size_t group = groupBytes(work.sources[0]->description.bytes);
-        block_sizes sizes(work.block);
-        std::vector<block_reader> readers;
-        for (const auto &source : work.sources) {
-            readers.emplace_back(*source, work.block.byte_count + group);
-        }
-        std::vector<bool> ended(readers.size(), false);
+        std::vector<uint8_t> buffer((work.block_bytes + group - 1) / group * group);
+        std::vector<bool> ended(work.sources.size(), false);
+        std::vector<uint64_t> byte_counts(work.sources.size(), 0);
         while (std::ranges::count(ended, false) > 0) {
-            const size_t byte_count = (sizes.next() + group - 1) / group * group;
-            for (size_t k = 0; k < readers.size(); ++k) {
+            for (size_t k = 0; k < ended.size(); ++k) {
                 if (!ended[k]) {
-                    ended[k] = !feedOneChannel(k, readers[k].next(byte_count));
+                    const size_t count = work.sources[k]->read(buffer);
+                    feedOneChannel(k, std::span<const uint8_t>(buffer).first(count));
+                    byte_counts[k] += count;
+                    ended[k] = count == 0;
                 }
             }
-            work.progress.update(longestRead());
+            outcome.input_frames = countFrames(*std::ranges::max_element(byte_counts));
+            work.progress.update(outcome.input_frames);
         }
-        outcome.input_frames = longestRead();
     }
 
-    bool feedOneChannel(size_t k, std::span<const uint8_t> block) {
+    void feedOneChannel(size_t k, std::span<const uint8_t> block) {
         const unsigned speaker = work.plan.split_speakers[k];
         if (block.empty()) {
-            check(audioConverterNoMoreDataInChannel(converter.get(), speaker));
-            return false;
+            return check(audioConverterNoMoreDataInChannel(converter.get(), speaker));
         }
         measureInput(k, block);
         check(audioConverterPutBytesOneChannel(converter.get(), block.data(),
                                                static_cast<uint32_t>(block.size()),
                                                static_cast<uint8_t>(speaker)));
-        return true;
-    }
-
-    uint64_t longestRead() const {
-        uint64_t frames = 0;
-        for (const auto &source : work.sources) {
-            frames = std::max(frames, source->framesRead());
-        }
-        return frames;
     }
 
     // After every call: a stream's own fault tells more than the library's status.
     void check(uint32_t status) const {
+        throwIfInterrupted();
         for (const auto &stream : streams) {
             stream->rethrow();
         }
-        if (status == 0) {
-            return;
+        if (status != 0) {
+            const std::string reason = takeLibraryMessage();
+            throw conversion_error(!reason.empty() ? reason : "the library is out of memory");
         }
-        const std::string reason = takeLibraryMessage();
-        throw conversion_error(!reason.empty() ? reason : "the library is out of memory");
     }
 
     void finish() {
-        const uint64_t expected = predictFrames(work.plan.settings, outcome.input_frames);
+        const uint64_t expected = predictFrames(work.plan, outcome.input_frames);
         if (outcome.output_frames != expected) {
             throw conversion_error(std::to_string(outcome.output_frames) + " frames came out, " +
                                    std::to_string(expected) + " were due");
@@ -163,6 +171,7 @@ private:
 
     conversion_work &work;
     conversion_outcome outcome;
+    std::vector<std::unique_ptr<dither_stage>> dither_stages;
     std::vector<std::unique_ptr<output_stream>> streams;
     converter_pointer converter;
 };

@@ -1,14 +1,9 @@
 // The run itself: sources through the library into sinks.
 #pragma once
 
-#include "audio_sink.h"
-#include "audio_source.h"
 #include "levels.h"
 #include "plan.h"
 #include "progress.h"
-
-#include <memory>
-#include <vector>
 
 struct conversion_outcome {
     uint64_t input_frames = 0;
@@ -21,11 +16,11 @@ struct conversion_outcome {
 
 struct conversion_work {
     const conversion_plan &plan;
-    const block_choice &block;
+    uint32_t block_bytes; // of an input call
     std::vector<std::unique_ptr<audio_source>> &sources;
     std::vector<std::unique_ptr<audio_sink>> sinks;
     bool measure_levels = false;
-    progress_bar &progress;
+    progress_line &progress;
 };
 
 // Converts everything and finishes the sinks, which are still to be committed. Throws

@@ -35,7 +35,7 @@ level_meter::level_meter(const byte_format &bytes, uint8_t depth)
     : format(bytes), positive_limit(static_cast<int32_t>(0x80000000u - (1u << (32 - depth)))),
       levels(bytes.channels),
       decoded(65536, [this](std::span<const uint8_t> pcm) { measure(pcm); }),
-      decoder(newUncountedConverter(decoderSettings(bytes))) {
+      decoder(newConverter(decoderSettings(bytes))) {
     if (bytes.format == AUDIO_FORMAT_FLOAT) {
         positive_limit = 2147483646; // 1.0
     }

@@ -1,5 +1,5 @@
-// What this host gives the library: a counting allocator, a printer that keeps the message,
-// and output streams that hand their bytes to a function.
+// What this host gives the library: a printer that keeps the message, and output
+// streams that hand their bytes to a function.
 #pragma once
 
 #include "zt_trans_audio_converter.h"
@@ -10,15 +10,6 @@
 #include <span>
 #include <string>
 #include <vector>
-
-// What the library took from the counting allocator so far.
-struct allocation_counts {
-    uint64_t call_count = 0;
-    uint64_t live_blocks = 0;
-    uint64_t live_bytes = 0;
-    uint64_t peak_bytes = 0;
-};
-allocation_counts allocationCounts();
 
 // The last message that the library printed, empty when there was none since the last call.
 std::string takeLibraryMessage();
@@ -33,11 +24,8 @@ using converter_pointer = std::unique_ptr<audio_converter, converter_release>;
 // Throws conversion_error with the library's message when it refuses the settings.
 void checkSettings(const audio_converter_settings &settings);
 
-// A converter that allocates through the counting allocator.
+// Throws conversion_error with the reason when there is no converter for the settings.
 converter_pointer newConverter(const audio_converter_settings &settings);
-
-// An auxiliary converter that does not appear in the allocation counts.
-converter_pointer newUncountedConverter(const audio_converter_settings &settings);
 
 // A record for one format on both sides: no mixing, no rate change.
 audio_converter_settings plainSettings(uint8_t format, uint8_t bits, uint8_t channels);

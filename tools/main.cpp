@@ -1,10 +1,9 @@
 // zt-audio-convert: the library from the command line.
 #include "conversion.h"
 #include "errors.h"
-#include "options.h"
-#include "plan.h"
+#include "library_host.h"
 #include "reports.h"
-#include "temporary_file.h"
+#include "signals.h"
 
 #include <exception>
 #include <iostream>
@@ -12,20 +11,33 @@
 namespace {
 
 std::vector<std::unique_ptr<audio_source>> openSources(const tool_options &options) {
+    const source_options how{options.raw, options.ignore_length, !options.no_metadata};
     std::vector<std::unique_ptr<audio_source>> sources;
     for (const split_input &split : options.split_inputs) {
-        sources.push_back(openSource(split.path, options.raw));
+        sources.push_back(openSource(split.path, how));
     }
     if (!options.input.empty()) {
-        sources.push_back(openSource(options.input, options.raw));
+        sources.push_back(openSource(options.input, how));
     }
     return sources;
+}
+
+// Stands for the input of a report that needs none.
+source_description assumedSource(const tool_options &options) {
+    source_description source;
+    source.name = "no input";
+    source.kind = "none";
+    source.bytes.rate = 48000;
+    if (options.input_mask) {
+        source.bytes.channels = static_cast<uint8_t>(speakerCount(*options.input_mask));
+    }
+    source.bytes = options.raw.value_or(source.bytes);
+    return source;
 }
 
 std::vector<source_description> describe(const std::vector<std::unique_ptr<audio_source>> &sources,
                                          const tool_options &options) {
     std::vector<source_description> descriptions;
-    descriptions.reserve(sources.size());
     for (const auto &source : sources) {
         descriptions.push_back(source->description);
     }
@@ -37,7 +49,7 @@ std::vector<source_description> describe(const std::vector<std::unique_ptr<audio
 
 void convert(const tool_options &options, const conversion_plan &plan,
              std::vector<std::unique_ptr<audio_source>> &sources, std::ostream &reports) {
-    progress_bar progress(plan.input_frames, plan.settings.input_sample_rate, options.quiet);
+    progress_line progress(plan.input_frames, plan.settings.input_sample_rate, options.quiet);
     conversion_work work{plan,    options.block, sources, {}, options.levels || options.stats,
                          progress};
     for (const output_target &target : plan.targets) {
@@ -62,9 +74,6 @@ void printPlan(std::ostream &out, const tool_options &options, const conversion_
     if (options.show_matrix) {
         printMatrix(out, plan, true);
     }
-    if (options.show_filter) {
-        printFilter(out, plan);
-    }
     if (options.info) {
         printInfo(out, plan, sources);
         printMatrix(out, plan, false);
@@ -87,7 +96,7 @@ void run(const tool_options &options) {
     if (options.dry_run) {
         newConverter(plan.settings);
         printPrediction(reports, plan);
-    } else if (!plan.targets.empty() && !options.show_matrix && !options.show_filter) {
+    } else if (!plan.targets.empty() && !options.show_matrix) {
         convert(options, plan, sources, reports);
     }
     reports.flush();
@@ -114,6 +123,8 @@ int main(int argument_count, char **arguments) {
         report(error.what(), EXIT_USAGE);
         std::cerr << usageText() << "Try '" << PROGRAM_NAME << " --help' for the options.\n";
         return EXIT_USAGE;
+    } catch (const interruption &) {
+        return raise(ending_signal);
     } catch (const std::bad_alloc &) {
         return report("out of memory", EXIT_CONVERSION_FAILED);
     } catch (const std::exception &error) {

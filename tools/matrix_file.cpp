@@ -99,8 +99,8 @@ gain_matrix readMatrixFile(const std::string &path, uint32_t input_mask, uint32_
                           " gains (outputs)");
     }
     gain_matrix matrix{};
-    const auto row_speakers = slotSpeakers(input_mask, ascendingOrder(input_mask));
-    const auto column_speakers = slotSpeakers(output_mask, ascendingOrder(output_mask));
+    const auto row_speakers = slotSpeakers(input_mask);
+    const auto column_speakers = slotSpeakers(output_mask);
     for (size_t row = 0; row < row_speakers.size(); ++row) {
         for (size_t column = 0; column < column_speakers.size(); ++column) {
             matrix[row_speakers[row]][column_speakers[column]] = rows[row][column];

@@ -1,7 +1,5 @@
 #include "reports.h"
 
-#include "layouts.h"
-#include "library_host.h"
 #include "probe.h"
 
 #include <algorithm>
@@ -28,21 +26,9 @@ std::string lengthText(const std::optional<uint64_t> &frames, uint32_t rate) {
            clockText(static_cast<double>(*frames) / rate, true);
 }
 
-std::string orderText(uint32_t mask, const order_map &order) {
-    if (order == ascendingOrder(mask)) {
-        return {};
-    }
-    std::string text = ", in the order";
-    for (const unsigned speaker : slotSpeakers(mask, order)) {
-        text += std::string(" ") + speakerName(speaker);
-    }
-    return text;
-}
-
-void printSide(std::ostream &out, uint32_t rate, unsigned channels, uint32_t mask,
-               const order_map &order) {
-    print(out, "          %u Hz, %u channel%s: %s%s\n", rate, channels, channels == 1 ? "" : "s",
-          layoutText(mask).c_str(), orderText(mask, order).c_str());
+void printSide(std::ostream &out, uint32_t rate, const slot_positions &positions) {
+    print(out, "          %u Hz, %zu channel%s: %s\n", rate, positions.size(),
+          positions.size() == 1 ? "" : "s", layoutText(positions).c_str());
 }
 
 std::string decibelText(double gain) {
@@ -66,15 +52,15 @@ std::string gainText(double gain) {
 
 void printTable(std::ostream &out, const conversion_plan &plan, const slot_gains &gains,
                 std::string (*cell)(double)) {
-    const auto rows = slotSpeakers(plan.input_mask, plan.input_order);
-    const auto columns = slotSpeakers(plan.output_mask, plan.output_order);
+    const slot_positions &rows = plan.input_positions;
+    const slot_positions &columns = plan.output_positions;
     print(out, "%6s", "");
     for (const unsigned speaker : columns) {
-        print(out, " %11s", speakerName(speaker));
+        print(out, " %11s", positionName(speaker).c_str());
     }
     out << "\n";
     for (size_t row = 0; row < rows.size(); ++row) {
-        print(out, "%6s", speakerName(rows[row]));
+        print(out, "%6s", positionName(rows[row]).c_str());
         for (size_t column = 0; column < columns.size(); ++column) {
             print(out, " %11s", cell(gains[row][column]).c_str());
         }
@@ -85,7 +71,7 @@ void printTable(std::ostream &out, const conversion_plan &plan, const slot_gains
 void printMeter(std::ostream &out, const char *side, unsigned speaker,
                 const channel_levels &levels) {
     const double count = static_cast<double>(std::max<uint64_t>(levels.sample_count, 1));
-    print(out, "%-6s %-3s  peak %7s dBFS  RMS %7s dBFS\n", side, speakerName(speaker),
+    print(out, "%-6s %-3s  peak %7s dBFS  RMS %7s dBFS\n", side, positionName(speaker).c_str(),
           decibelText(levels.peak).c_str(),
           decibelText(std::sqrt(levels.square_sum / count)).c_str());
 }
@@ -93,7 +79,7 @@ void printMeter(std::ostream &out, const char *side, unsigned speaker,
 // Visits the channels of all meters of one side with their speakers, slot by slot.
 template <typename Visit>
 void visitChannels(const std::vector<std::unique_ptr<level_meter>> &meters,
-                   const std::vector<unsigned> &speakers, Visit visit) {
+                   const slot_positions &speakers, Visit visit) {
     size_t slot = 0;
     for (const auto &meter : meters) {
         for (const channel_levels &levels : meter->channels()) {
@@ -102,9 +88,8 @@ void visitChannels(const std::vector<std::unique_ptr<level_meter>> &meters,
     }
 }
 
-std::vector<unsigned> inputSpeakers(const conversion_plan &plan) {
-    return plan.split_speakers.empty() ? slotSpeakers(plan.input_mask, plan.input_order)
-                                       : plan.split_speakers;
+slot_positions inputSpeakers(const conversion_plan &plan) {
+    return plan.split_speakers.empty() ? plan.input_positions : plan.split_speakers;
 }
 
 } // namespace
@@ -117,19 +102,17 @@ void printInfo(std::ostream &out, const conversion_plan &plan,
         print(out, "          %s, %s\n", source.kind.c_str(),
               lengthText(source.frame_count, settings.input_sample_rate).c_str());
     }
-    printSide(out, settings.input_sample_rate, settings.input_channels, plan.input_mask,
-              plan.input_order);
+    printSide(out, settings.input_sample_rate, plan.input_positions);
     if (plan.targets.empty()) {
         out << "Output:   (none named)\n";
     }
     for (const output_target &target : plan.targets) {
         print(out, "Output:   %s (%s)\n", target.path.c_str(), targetKind(target).c_str());
     }
-    print(out, "          %u-bit %s, %s\n", plan.output_bytes.bits,
-          formatName(plan.output_bytes.format),
+    print(out, "          %u-bit %s%s, %s\n", plan.output_bytes.bits,
+          formatName(plan.output_bytes.format), plan.dither ? " with dither" : "",
           lengthText(plan.output_frames, plan.output_bytes.rate).c_str());
-    printSide(out, plan.output_bytes.rate, plan.output_bytes.channels, plan.output_mask,
-              plan.output_order);
+    printSide(out, plan.output_bytes.rate, plan.output_positions);
     for (const std::string &note : plan.notes) {
         print(out, "Note:     %s\n", note.c_str());
     }
@@ -146,24 +129,13 @@ void printMatrix(std::ostream &out, const conversion_plan &plan, bool decibels) 
     printTable(out, plan, gains, decibelText);
 }
 
-void printFilter(std::ostream &out, const conversion_plan &plan) {
-    const uint32_t rate = plan.settings.input_sample_rate;
-    const filter_response response = probeFilter(rate, plan.settings.output_sample_rate);
-    const double centre = 0.5 * static_cast<double>(response.taps.size() - 1);
-    out << "tap,input_samples,seconds,gain\n";
-    for (size_t tap = 0; tap < response.taps.size(); ++tap) {
-        const double offset = (static_cast<double>(tap) - centre) / response.up_factor;
-        print(out, "%zu,%.6f,%.9f,%.9f\n", tap, offset, offset / rate, response.taps[tap]);
-    }
-}
-
 void printLevels(std::ostream &out, const conversion_plan &plan,
                  const conversion_outcome &outcome) {
     visitChannels(outcome.input_meters, inputSpeakers(plan),
                   [&](unsigned speaker, const channel_levels &levels) {
                       printMeter(out, "input", speaker, levels);
                   });
-    visitChannels(outcome.output_meters, slotSpeakers(plan.output_mask, plan.output_order),
+    visitChannels(outcome.output_meters, plan.output_positions,
                   [&](unsigned speaker, const channel_levels &levels) {
                       printMeter(out, "output", speaker, levels);
                   });
@@ -172,21 +144,17 @@ void printLevels(std::ostream &out, const conversion_plan &plan,
 void printStats(std::ostream &out, const conversion_plan &plan, const conversion_outcome &outcome) {
     const double audio_seconds =
         static_cast<double>(outcome.input_frames) / plan.settings.input_sample_rate;
-    const allocation_counts counts = allocationCounts();
     const auto predicted = plan.output_frames ? std::to_string(*plan.output_frames) : "unknown";
     out << "frames in:        " << outcome.input_frames << "\n";
     out << "frames out:       " << outcome.output_frames << " (predicted: " << predicted << ")\n";
     uint64_t full_scale = 0;
     out << "full-scale:      ";
-    visitChannels(outcome.output_meters, slotSpeakers(plan.output_mask, plan.output_order),
+    visitChannels(outcome.output_meters, plan.output_positions,
                   [&](unsigned speaker, const channel_levels &levels) {
-                      out << " " << speakerName(speaker) << " " << levels.full_scale_count;
+                      out << " " << positionName(speaker) << " " << levels.full_scale_count;
                       full_scale += levels.full_scale_count;
                   });
     out << "\n";
-    out << "allocations:      " << counts.call_count << ", " << counts.live_blocks
-        << " not released\n";
-    out << "peak memory:      " << counts.peak_bytes << " bytes\n";
     print(out, "time:             %.3f s, %.1f times real time\n", outcome.seconds,
           audio_seconds / std::max(outcome.seconds, 1e-9));
     if (full_scale > 0) {

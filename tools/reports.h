@@ -2,10 +2,8 @@
 #pragma once
 
 #include "conversion.h"
-#include "plan.h"
 
 #include <ostream>
-#include <vector>
 
 // What was understood: inputs, outputs, lengths, notes.
 void printInfo(std::ostream &out, const conversion_plan &plan,
@@ -14,13 +12,10 @@ void printInfo(std::ostream &out, const conversion_plan &plan,
 // The gains from input to output speakers; with `decibels` a second table.
 void printMatrix(std::ostream &out, const conversion_plan &plan, bool decibels);
 
-// One line per tap: number, distance from the centre in input samples and in seconds, gain.
-void printFilter(std::ostream &out, const conversion_plan &plan);
-
 // Peak and RMS of every channel.
 void printLevels(std::ostream &out, const conversion_plan &plan, const conversion_outcome &outcome);
 
-// Counts, memory and speed of a run, with a warning for full-scale samples.
+// Counts and speed of a run, with a warning for full-scale samples.
 void printStats(std::ostream &out, const conversion_plan &plan, const conversion_outcome &outcome);
 
 // The length that comes out of a dry run.

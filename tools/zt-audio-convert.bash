@@ -5,7 +5,7 @@ _zt_audio_convert() {
     local options formats="pcm float lpcm-paired lpcm-be aes3" values=""
     COMPREPLY=()
     case $previous in
-    -t | --type) values="wav aiff caf raw" ;;
+    -t | --type) values="wav aiff caf flac raw" ;;
     -f | --format) values=$formats ;;
     -b | --bits) values="8 16 20 24 32" ;;
     -r | --rate | --in-rate) values="8000 16000 22050 24000 32000 44100 48000 88200 96000 192000" ;;
