@@ -141,8 +141,7 @@ class ToolTest(unittest.TestCase):
         self.put("in.wav", wav(tone(3001, 6), 6, mask=0x3F))
         options = "-r 44100 -l stereo -b 24 in.wav"
         self.run_tool(f"{options} whole.wav")
-        for cut in ("--block 1", "--block 1001", "--frame-size 6",
-                    "--block 300000 --frame-size 1000000"):
+        for cut in ("--frame-size 6", "--frame-size 1000000"):
             self.run_tool(f"{options} {cut} cut.wav")
             self.assertEqual(self.get("cut.wav"), self.get("whole.wav"), cut)
 
@@ -387,8 +386,8 @@ class ToolTest(unittest.TestCase):
             os.truncate(self.folder / name, size + (80 if name == "long.wav" else 0))
         for source in ("long.wav", "--raw pcm,16,2,48000 long.raw"):
             text = self.run_tool(f"-n {source} -r 96000 out.wav").stdout.decode()
-            self.assertIn("RF64, 2500000000 frames", text)
-            self.assertIn("10000000000 bytes", text)
+            self.assertIn("(RF64)", text)
+            self.assertIn("2500000000 frames", text)
             self.run_tool(f"{source} out.aiff", status=1)
         self.assertEqual(self.names(), ["long.raw", "long.wav"])
 
@@ -400,9 +399,11 @@ class ToolTest(unittest.TestCase):
         self.put("r.wav", wav(right, 1))
         padded = right + bytes(1000)
         both = b"".join(left[k:k + 2] + padded[k:k + 2] for k in range(0, 4000, 2))
-        for options in ("", "--block 7"):
-            self.run_tool(f"{options} --split-input FL=l.wav --split-input FR=r.wav both.wav")
-            self.assertEqual(parse_wav(self.get("both.wav"))[2:], (2, 48000, 16, None, both))
+        self.run_tool("--split-input FL=l.wav --split-input FR=r.wav both.wav")
+        self.assertEqual(parse_wav(self.get("both.wav"))[2:], (2, 48000, 16, None, both))
+        self.run_tool("-b 24 r.wav r24.wav")
+        self.run_tool("-b 16 --split-input FL=l.wav --split-input FR=r24.wav other.wav")
+        self.assertEqual(self.get("other.wav"), self.get("both.wav"))
         self.run_tool("--split-output both.wav parts.wav")
         self.assertEqual(parse_wav(self.get("parts.FL.wav"))[6], left)
         self.assertEqual(parse_wav(self.get("parts.FR.wav"))[6], padded)
@@ -458,23 +459,21 @@ class ToolTest(unittest.TestCase):
     def test_wrong_options(self):
         """Status 2, a line with the fault, the usage, and nothing written."""
         table = [
-            "", "in.wav", "in.wav out.wav more.wav", "--bits 12 in.wav out.wav",
+            "", "in.wav", "in.wav out.wav more.wav", "--bits 33 in.wav out.wav",
             "--rate 0 in.wav out.wav", "--rate fast in.wav out.wav",
             "--rate 4294967296 in.wav out.wav", "--nonsense in.wav out.wav",
             "--layout 9.1 in.wav out.wav", "--layout FL,FL in.wav out.wav",
             "--in-order FL,XX in.wav out.wav",
-            "--out-order 1,2 in.wav out.wav", "--type mp3 in.wav out.wav", "in.wav out.mp3",
+            "--type mp3 in.wav out.wav", "in.wav out.mp3",
             "--format aes3 in.wav out.wav", "--format u8 in.wav out.raw",
             "--raw pcm,16,two,48000 in.wav out.wav",
-            "--raw pcm,300,2,48000 in.wav out.wav", "--block 0 in.wav out.wav",
-            "--frame-size 0 in.wav out.wav",
-            "--frame-size 3 in.wav out.wav", "--split-output in.wav -",
+            "--raw pcm,300,2,48000 in.wav out.wav", "--frame-size 0 in.wav out.wav",
+            "--split-output in.wav -",
             "--split-output -f aes3 in.wav out.raw", "--split-input FL in.wav",
-            "--split-input FL=in.wav --split-input FL=in.wav out.wav",
             "--split-input FL=in.wav in.wav out.wav", "in.wav out.wav --matrix bad",
             "in.wav out.wav --matrix /dev/zero", "in.wav out.wav --matrix small", "--show-matrix",
             "--bits 16.5 in.wav out.wav", "--bits 0x10 in.wav out.wav",
-            "--bits 20 in.wav out.wav", "--bits 32 in.wav out.flac", "-f float in.wav out.flac",
+            "--bits 32 in.wav out.flac", "-f float in.wav out.flac",
             "--rate 48kk in.wav out.wav", "--rate 44.10001k in.wav out.wav",
             "--rate k in.wav out.wav", "--in-rate -1 in.wav out.wav",
             "--dither -f float in.wav out.wav", "--dither --bits 32 in.wav out.wav",
@@ -507,9 +506,13 @@ class ToolTest(unittest.TestCase):
             ("--in-layout 5.1 in.wav out.wav", "V15:Invalid channel mask (63) for (2) input"),
             ("--in-order FL,FR mono.wav out.wav", "order does not fit"),
             ("--bits 8 -f aes3 in.wav out.raw", "bits"),
+            ("--bits 20 in.wav out.wav", "bits"),
+            ("--frame-size 3 in.wav out.wav", "--frame-size that holds a frame"),
+            ("--split-input FL=mono.wav --split-input FL=mono.wav out.wav", "channel mask"),
             ("--raw aes3,16,1,48000 in.wav out.wav", "channel"),
             ("-r 4294967291 in.wav out.raw", "too little in common"),
-            ("-r 3000000000 --in-rate 1000000000 in.wav out.aiff", "holds no rate"),
+            ("-r 3000000000 --in-rate 1000000000 in.wav out.aiff", "AIFF holds no such rate"),
+            ("-r 1000k in.wav out.flac", "FLAC holds no such rate"),
             ("missing.wav out.wav", "missing.wav: cannot open: No such file"),
             ("text out.wav", "text: "),
             (". out.wav", "is a directory"),
@@ -520,14 +523,14 @@ class ToolTest(unittest.TestCase):
             ("--split-output in.wav /dev/full", "/dev/full: is no regular file"),
             ("--matrix missing in.wav out.wav", "missing: cannot read the matrix"),
             ("--raw aes3,16,2,48000 in.wav out.wav", "no AES3"),
-            ("text.wav out.wav", "70004 bytes of texts are more than"),
+            ("text.wav out.wav", "its texts have 70004 bytes"),
             ("sides.wav -l stereo out.wav", "(FL FR FC LFE BL BR SL SR)"),
             ("sides.wav --out-order FL,FR,FC,LFE,BL,BR,FLC,FRC out.wav", "--in-layout says"),
             ("--raw pcm,16,2,48000 odd.raw out.wav", "in the middle of a frame (1 of 4 bytes)"),
             ("--raw aes3,16,2,48000 torn.aes3 out.wav", "in the middle of a block"),
             ("--raw aes3,24,2,48000 torn.aes3 out.wav", "no AES3 of the given depth"),
             ("--split-input FL=in.wav out.wav", "has 2 channels"),
-            ("--split-input FL=mono.wav --split-input FR=slow.wav out.wav", "8000 Hz, but"),
+            ("--split-input FL=mono.wav --split-input FR=slow.wav out.wav", "at 8000 Hz"),
         ]
         for arguments, fault in self.each(table):
             for name, content in files.items():
@@ -592,7 +595,7 @@ class ToolTest(unittest.TestCase):
     def test_matrix_and_info(self):
         self.put("in.wav", wav(tone(480, 6), 6, mask=0x60F))
         text = self.run_tool("--info in.wav -l stereo").stdout.decode()
-        for line in ("480 frames, 0:00.010", "48000 Hz, 6 channels: 5.1 (FL FR FC LFE BL BR)",
+        for line in ("480 frames, 0.010 s", "48000 Hz, 6 channels: 5.1 (FL FR FC LFE BL BR)",
                      "2 channels: stereo (FL FR)", "side speakers are taken as BL and BR",
                      "    FL    0.261204    0.000000", "   LFE    0.184699    0.184699",
                      "    BR   -0.184699    0.184699"):
@@ -607,33 +610,30 @@ class ToolTest(unittest.TestCase):
         frames = 48000
         self.put("in.wav", wav(pcm16(*(value for n in range(frames) for value in (
             round(16384 * math.sin(2 * math.pi * n / 48)), 0)))))
-        text = self.run_tool("--levels --stats -r 24000 in.wav a.wav").stdout.decode()
+        text = self.run_tool("--stats -r 24000 in.wav a.wav").stdout.decode()
         for pattern in (r"input  FL   peak   -6\.02 dBFS  RMS   -9\.03 dBFS",
-                        r"output FL   peak   -6\.0\d dBFS  RMS   -9\.0\d dBFS",
-                        r"output FR   peak    -inf", r"frames in: +48000\n",
-                        r"frames out: +24000 \(predicted: 24000\)", r"full-scale: +FL 0 FR 0",
-                        r"times real time"):
+                        r"output FL   peak   -6\.0\d dBFS  RMS   -9\.0\d dBFS  full-scale 0\n",
+                        r"output FR   peak    -inf", r"frames +48000 in, 24000 out\n"):
             self.assertRegex(text, pattern)
         self.assertNotIn("warning", text)
         self.put("loud", b"2 0\n0 1\n")
         text = self.run_tool("--stats --matrix loud in.wav a.wav").stdout.decode()
-        self.assertIn("full-scale:       FL 2000 FR 0", text)  # both peaks of 1000 periods
+        self.assertRegex(text, "output FL .* full-scale 2000\n")  # both peaks of 1000 periods
         self.assertIn("warning: 2000 output samples", text)
         extremes = pcm16(32767, -32768, 32766, -32767)
         text = self.run_tool("--stats --raw pcm,16,2,48000 - a.wav", stdin=extremes).stdout.decode()
-        self.assertIn("full-scale:       FL 1 FR 1", text)
+        self.assertRegex(text, "output FL .* full-scale 1\noutput FR .* full-scale 1\n")
         for form in ("pcm -b 8", "float", "lpcm-be -b 20", "lpcm-paired -b 20", "aes3 -b 20"):
-            text = self.run_tool(f"--levels -f {form} -t raw in.wav a.raw").stdout.decode()
+            text = self.run_tool(f"--stats -f {form} -t raw in.wav a.raw").stdout.decode()
             self.assertRegex(text, r"output FL   peak   -6\.0\d dBFS  RMS   -9\.0\d", form)
-        piped = self.run_tool("--levels in.wav -")
+        piped = self.run_tool("--stats in.wav -")
         self.assertEqual(piped.stdout, self.get("in.wav"))
         self.assertIn(b"peak", piped.stderr)
 
     def test_dry_run(self):
         self.put("in.wav", wav(tone(4411, 2, 44100), rate=44100))
         text = self.run_tool("-n -r 48000 -b 24 in.wav out.wav").stdout.decode()
-        self.assertEqual(text, "would write out.wav: WAV, 4801 frames, 0:00.100, "
-                               "28806 bytes of samples\n")
+        self.assertRegex(text, r"Output:   out.wav \(WAV\)\n +24-bit PCM, 4801 frames, 0.100 s\n")
         self.run_tool("-n --in-layout 5.1 in.wav out.wav", status=1)
         self.run_tool("-n in.wav missing/out.wav", status=1)
         self.assertEqual(self.names(), ["in.wav"])

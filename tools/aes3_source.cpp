@@ -1,7 +1,8 @@
-#include "aes3_source.h"
+// Raw AES3 input, decoded to 32-bit PCM by a converter of its own: its output shows where a
+// stream is not what it should be, which a converter answers with silence.
+#include "audio_source.h"
 
 #include "errors.h"
-#include "library_host.h"
 
 #include <algorithm>
 
@@ -10,62 +11,38 @@ namespace {
 // Bytes of a read: so many always hold a whole frame.
 constexpr size_t BLOCK_BYTES = 1 << 16;
 
-// A converter with its output in memory.
-class memory_converter {
-public:
-    explicit memory_converter(const audio_converter_settings &settings)
-        : stream(settings.out_frame_size + 4u,
-                 [this](std::span<const uint8_t> bytes) {
-                     output.insert(output.end(), bytes.begin(), bytes.end());
-                 }),
-          converter(newConverter(settings)) {
-        audioConverterInit(converter.get(), stream.operations());
-    }
-
-    // Bytes that come out of the given ones are behind those in `output`.
-    void put(std::span<const uint8_t> bytes) {
-        if (audioConverterPutBytes(converter.get(), bytes.data(),
-                                   static_cast<uint32_t>(bytes.size())) != 0) {
-            throw conversion_error("out of memory");
-        }
-    }
-
+// All that comes out of the bytes.
+std::vector<uint8_t> convertOnce(const audio_converter_settings &settings,
+                                 std::span<const uint8_t> bytes) {
     std::vector<uint8_t> output;
-
-private:
-    output_stream stream;
-    converter_pointer converter;
-};
-
-audio_converter_settings decoderSettings(const byte_format &bytes) {
-    audio_converter_settings settings = plainSettings(bytes.format, bytes.bits, bytes.channels);
-    settings.output_format = AUDIO_FORMAT_PCM;
-    settings.output_bits_per_sample = 32;
-    return settings;
+    side_converter converter(settings, [&](std::span<const uint8_t> more) {
+        output.insert(output.end(), more.begin(), more.end());
+    });
+    converter.put(bytes);
+    return output;
 }
 
-// One block of AES3 with one frame that no stream is likely to hold.
+// One block with one frame that no stream is likely to hold.
 std::vector<uint8_t> markerBlock(const byte_format &bytes) {
-    audio_converter_settings settings = plainSettings(AUDIO_FORMAT_PCM, 16, bytes.channels);
-    settings.output_format = bytes.format;
-    settings.output_bits_per_sample = bytes.bits;
-    memory_converter encoder(settings);
-    encoder.put(std::vector<uint8_t>(size_t{2} * bytes.channels, 0x5A));
-    return encoder.output;
+    const byte_format plain{AUDIO_FORMAT_PCM, 16, bytes.channels, bytes.rate};
+    return convertOnce(formatChange(plain, bytes.format, bytes.bits),
+                       std::vector<uint8_t>(size_t{2} * bytes.channels, 0x5A));
 }
 
 class aes3_source : public audio_source {
 public:
     aes3_source(std::unique_ptr<byte_reader> open_reader, source_description what, bool ignore)
         : reader(std::move(open_reader)), marker(markerBlock(what.bytes)),
-          settings(decoderSettings(what.bytes)), decoder(settings), ignore_length(ignore) {
+          settings(formatChange(what.bytes, AUDIO_FORMAT_PCM, 32)),
+          decoder(settings,
+                  [this](auto more) { decoded.insert(decoded.end(), more.begin(), more.end()); }),
+          ignore_length(ignore) {
         description = std::move(what);
         description.bytes.format = AUDIO_FORMAT_PCM;
         description.bytes.bits = 32;
     }
 
     size_t read(std::span<uint8_t> bytes) override {
-        std::vector<uint8_t> &decoded = decoder.output;
         while (decoded.size() == taken && !at_end) {
             decoded.clear();
             taken = 0;
@@ -88,36 +65,31 @@ private:
             return checkEnd();
         }
         decoder.put(block);
-        if (decoder.output.empty() && block.size() == BLOCK_BYTES) {
-            throw conversion_error(description.name +
-                                   ": no AES3 block of the given depth and channels near byte " +
-                                   std::to_string(byte_count));
+        if (decoded.empty() && block.size() == BLOCK_BYTES) {
+            throw conversion_error(description.name + ": no AES3 of the given depth and channels");
         }
-        byte_count += block.size();
     }
 
     // The marker comes out as it is only where a block may begin.
     void checkEnd() {
-        memory_converter fresh(settings);
-        fresh.put(marker);
         decoder.put(marker);
-        if (decoder.output != fresh.output) {
+        if (decoded != convertOnce(settings, marker)) {
             reportLength(description.name,
                          "ends in the middle of a block, or is no AES3 of the given depth and "
                          "channels",
                          ignore_length);
         }
-        decoder.output.clear();
+        decoded.clear();
     }
 
     std::unique_ptr<byte_reader> reader;
     std::vector<uint8_t> marker;
     audio_converter_settings settings;
-    memory_converter decoder;
+    std::vector<uint8_t> decoded;
+    side_converter decoder;
     bool ignore_length;
     std::vector<uint8_t> block;
-    uint64_t byte_count = 0; // decoded so far
-    size_t taken = 0;        // of decoder.output
+    size_t taken = 0; // of the decoded bytes
     bool at_end = false;
 };
 
@@ -125,6 +97,6 @@ private:
 
 std::unique_ptr<audio_source> makeAes3Source(std::unique_ptr<byte_reader> reader,
                                              source_description what, bool ignore_length) {
-    checkSettings(decoderSettings(what.bytes));
+    checkSettings(formatChange(what.bytes, AUDIO_FORMAT_PCM, 32));
     return std::make_unique<aes3_source>(std::move(reader), std::move(what), ignore_length);
 }

@@ -34,7 +34,7 @@ public:
         open();
         start = lseek(descriptor, 0, SEEK_CUR);
         can_return = start >= 0 && !(fcntl(descriptor, F_GETFL) & O_APPEND);
-        header_room = !target.frame_count && can_return;
+        header_room = target.frame_count ? *dataBytes(target) > RIFF_DATA_LIMIT : can_return;
         if (target.type == file_type::WAV) {
             buffer = header();
             header_bytes = buffer.size();
@@ -57,8 +57,8 @@ public:
             put(PADDING);
         }
         flush();
-        if (header_room && target.type == file_type::WAV) {
-            completeHeader();
+        if (can_return && target.type == file_type::WAV && data_bytes != dataBytes(target)) {
+            correctHeader();
         }
     }
 
@@ -96,8 +96,8 @@ private:
     }
 
     // A length that turned out in the end is put in.
-    void completeHeader() {
-        target.frame_count = data_bytes / groupBytes(target.bytes);
+    void correctHeader() {
+        target.frame_count = wholeFrames(target.bytes, data_bytes);
         const std::vector<uint8_t> bytes = header();
         if (pwrite(descriptor, bytes.data(), bytes.size(), start) !=
             static_cast<ssize_t>(header_bytes)) {
@@ -143,7 +143,7 @@ private:
     std::vector<uint8_t> buffer;
     off_t start = 0;
     bool can_return = false;  // the header can be written again
-    bool header_room = false; // and has room to become RF64
+    bool header_room = false; // it has the room that RF64 needs
     size_t header_bytes = 0;
     uint64_t data_bytes = 0;
 };
@@ -158,18 +158,9 @@ std::optional<uint64_t> dataBytes(const output_target &target) {
 }
 
 std::string targetKind(const output_target &target) {
-    switch (target.type) {
-    case file_type::AIFF:
-        return "AIFF";
-    case file_type::CAF:
-        return "CAF";
-    case file_type::FLAC:
-        return "FLAC";
-    case file_type::RAW:
-        return "raw";
-    default:
-        return dataBytes(target).value_or(0) > RIFF_DATA_LIMIT ? "RF64" : "WAV";
-    }
+    constexpr const char *NAMES[] = {"WAV", "AIFF", "CAF", "FLAC", "raw"}; // by file_type
+    const bool is_long = dataBytes(target).value_or(0) > RIFF_DATA_LIMIT;
+    return target.type == file_type::WAV && is_long ? "RF64" : NAMES[static_cast<int>(target.type)];
 }
 
 void checkTarget(const output_target &target) {

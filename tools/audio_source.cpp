@@ -1,7 +1,6 @@
 // Sources that hand the file's own bytes to the library: raw files and WAV.
 #include "audio_source.h"
 
-#include "aes3_source.h"
 #include "errors.h"
 #include "wav_file.h"
 
@@ -61,9 +60,16 @@ private:
     uint64_t group_bytes;
 };
 
-std::string kindText(const char *container, const byte_format &bytes) {
-    return std::string(container) + ", " + std::to_string(bytes.bits) + "-bit " +
-           formatName(bytes.format);
+source_description describeBytes(const byte_reader &reader, const char *container,
+                                 const byte_format &bytes) {
+    source_description what;
+    what.name = reader.name();
+    what.kind = std::string(container) + ", " + std::to_string(bytes.bits) + "-bit " +
+                formatName(bytes.format);
+    what.bytes = bytes;
+    what.depth = bytes.bits;
+    what.is_float = bytes.format == AUDIO_FORMAT_FLOAT;
+    return what;
 }
 
 // Bytes of samples to read, fewer than the header says when it may be ignored.
@@ -93,7 +99,7 @@ std::optional<uint64_t> sampleBytes(const byte_reader &reader, const wav_header 
 const char *formatName(uint8_t format) {
     constexpr std::array<const char *, 6> NAMES{"?",       "PCM",  "LPCM paired",
                                                 "LPCM BE", "AES3", "FLOAT"};
-    return format < NAMES.size() ? NAMES[format] : NAMES[0];
+    return NAMES.at(format);
 }
 
 uint64_t groupFrames(uint8_t format) {
@@ -105,6 +111,10 @@ uint64_t groupBytes(const byte_format &bytes) {
     // The difference is without the header that the library counts once for AES3.
     return audioConverterSamplesToBytes(frames, bytes.format, bytes.channels, bytes.bits) -
            audioConverterSamplesToBytes(0, bytes.format, bytes.channels, bytes.bits);
+}
+
+uint64_t wholeFrames(const byte_format &bytes, uint64_t byte_count) {
+    return byte_count / std::max<uint64_t>(groupBytes(bytes), 1) * groupFrames(bytes.format);
 }
 
 int32_t integerSample(double value) {
@@ -146,19 +156,13 @@ std::unique_ptr<audio_source> openSource(const std::string &path, const source_o
 
 std::unique_ptr<audio_source> makeRawSource(std::unique_ptr<byte_reader> reader,
                                             const source_options &options) {
-    source_description what;
-    what.name = reader->name();
-    what.kind = kindText("raw", *options.raw);
-    what.bytes = *options.raw;
-    what.depth = what.bytes.bits;
-    what.is_float = what.bytes.format == AUDIO_FORMAT_FLOAT;
+    source_description what = describeBytes(*reader, "raw", *options.raw);
     what.raw = true;
     if (what.bytes.format == AUDIO_FORMAT_AES3) {
         return makeAes3Source(std::move(reader), std::move(what), options.ignore_length);
     }
     if (const auto bytes = reader->remainingBytes()) {
-        const uint64_t group = std::max<uint64_t>(groupBytes(what.bytes), 1);
-        what.frame_count = *bytes / group * groupFrames(what.bytes.format);
+        what.frame_count = wholeFrames(what.bytes, *bytes);
     }
     return std::make_unique<byte_source>(std::move(reader), std::move(what), std::nullopt,
                                          options.ignore_length);
@@ -167,16 +171,11 @@ std::unique_ptr<audio_source> makeRawSource(std::unique_ptr<byte_reader> reader,
 std::unique_ptr<audio_source> makeWavSource(std::unique_ptr<byte_reader> &reader,
                                             const source_options &options) {
     const auto header = readWavHeader(*reader, options.read_texts);
-    if (!header || !header->readable) {
+    if (!header || !header->readable || options.widened) {
         return nullptr;
     }
     reader->skip(header->data_offset);
-    source_description what;
-    what.name = reader->name();
-    what.kind = kindText("WAV", header->bytes);
-    what.bytes = header->bytes;
-    what.depth = what.bytes.bits;
-    what.is_float = what.bytes.format == AUDIO_FORMAT_FLOAT;
+    source_description what = describeBytes(*reader, "WAV", header->bytes);
     if (what.is_float) {
         what.bytes.format = AUDIO_FORMAT_PCM; // as read() hands them out
     }
@@ -184,7 +183,7 @@ std::unique_ptr<audio_source> makeWavSource(std::unique_ptr<byte_reader> &reader
     what.metadata = header->metadata;
     const std::optional<uint64_t> bytes = sampleBytes(*reader, *header, options.ignore_length);
     if (bytes) {
-        what.frame_count = *bytes / groupBytes(what.bytes);
+        what.frame_count = wholeFrames(what.bytes, *bytes);
     }
     return std::make_unique<byte_source>(std::move(reader), std::move(what), bytes,
                                          options.ignore_length);

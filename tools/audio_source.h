@@ -4,6 +4,7 @@
 
 #include "byte_reader.h"
 #include "layouts.h"
+#include "library_host.h"
 #include "metadata.h"
 
 #include <cstdint>
@@ -11,14 +12,6 @@
 #include <optional>
 #include <span>
 #include <string>
-
-// What raw bytes are; also what any source hands out.
-struct byte_format {
-    uint8_t format = AUDIO_FORMAT_PCM;
-    uint8_t bits = 16;
-    uint8_t channels = 1;
-    uint32_t rate = 0;
-};
 
 struct source_description {
     std::string name;
@@ -37,6 +30,7 @@ struct source_options {
     std::optional<byte_format> raw; // the file is raw bytes of this format
     bool ignore_length = false;     // convert what is there, whatever the header says
     bool read_texts = true;
+    bool widened = false; // 32-bit PCM whatever the file has, so that several files are alike
 };
 
 class audio_source {
@@ -56,6 +50,7 @@ const char *formatName(uint8_t format);
 // Frames that the format keeps together, and their bytes. Headers of AES3 are not counted.
 uint64_t groupFrames(uint8_t format);
 uint64_t groupBytes(const byte_format &bytes);
+uint64_t wholeFrames(const byte_format &bytes, uint64_t byte_count);
 
 // Opens a path or "-" (standard input).
 std::unique_ptr<audio_source> openSource(const std::string &path, const source_options &options);
@@ -63,6 +58,8 @@ std::unique_ptr<audio_source> openSource(const std::string &path, const source_o
 // The kinds behind openSource.
 std::unique_ptr<audio_source> makeRawSource(std::unique_ptr<byte_reader> reader,
                                             const source_options &options);
+std::unique_ptr<audio_source> makeAes3Source(std::unique_ptr<byte_reader> reader,
+                                             source_description what, bool ignore_length);
 std::unique_ptr<audio_source> makeSoundFileSource(std::unique_ptr<byte_reader> reader,
                                                   const source_options &options);
 // Null when the file is no WAV of linear PCM or 32-bit float; nothing is taken from it then.

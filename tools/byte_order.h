@@ -17,13 +17,12 @@ Integer takeLittle(std::span<const uint8_t> bytes, size_t offset) {
     return static_cast<Integer>(value);
 }
 
-template <typename Integer>
-Integer takeBig(std::span<const uint8_t> bytes, size_t offset) {
+inline uint64_t takeBig(std::span<const uint8_t> bytes, size_t offset, size_t count) {
     uint64_t value = 0;
-    for (size_t k = 0; k < sizeof(Integer); ++k) {
+    for (size_t k = 0; k < count; ++k) {
         value = value << 8 | bytes[offset + k];
     }
-    return static_cast<Integer>(value);
+    return value;
 }
 
 inline bool hasTag(std::span<const uint8_t> bytes, size_t offset, const char *tag) {

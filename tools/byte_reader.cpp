@@ -14,15 +14,12 @@ namespace {
 
 constexpr size_t MOST_AHEAD = 1 << 16;
 
-bool isRegular(int descriptor) {
-    struct stat status {};
-    return fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
-}
-
 } // namespace
 
 byte_reader::byte_reader(int open_descriptor, std::string name)
-    : descriptor(open_descriptor), file_name(std::move(name)), regular(isRegular(descriptor)) {
+    : descriptor(open_descriptor), file_name(std::move(name)) {
+    struct stat status {};
+    regular = fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
 }
 
 byte_reader::~byte_reader() {

@@ -43,7 +43,7 @@ private:
 
     int descriptor;
     std::string file_name;
-    bool regular;
+    bool regular = false;
     std::vector<uint8_t> ahead; // of a pipe: seen but not read
 };
 

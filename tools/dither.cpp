@@ -1,16 +1,14 @@
 #include "dither.h"
 
-#include "errors.h"
-
 #include <algorithm>
+#include <cstring>
 #include <limits>
 
 namespace {
 
 audio_converter_settings shorteningSettings(const byte_format &target, uint32_t write_bytes) {
-    audio_converter_settings settings = plainSettings(AUDIO_FORMAT_PCM, 32, target.channels);
-    settings.output_format = target.format;
-    settings.output_bits_per_sample = target.bits;
+    audio_converter_settings settings = formatChange(
+        {AUDIO_FORMAT_PCM, 32, target.channels, target.rate}, target.format, target.bits);
     settings.out_frame_size = write_bytes;
     return settings;
 }
@@ -20,9 +18,7 @@ audio_converter_settings shorteningSettings(const byte_format &target, uint32_t 
 dither_stage::dither_stage(const byte_format &target, uint32_t write_bytes, uint64_t seed,
                            output_stream::byte_function take_bytes)
     : dropped_bits(32u - target.bits), state(seed),
-      output(write_bytes + 4, std::move(take_bytes)), // AES3 adds its header
-      converter(newConverter(shorteningSettings(target, write_bytes))) {
-    audioConverterInit(converter.get(), output.operations());
+      shortener(shorteningSettings(target, write_bytes), std::move(take_bytes)) {
 }
 
 // Sebastiano Vigna's splitmix64 gives two independent parts of 0 to 1 LSB; their difference is
@@ -47,17 +43,9 @@ void dither_stage::take(std::span<const uint8_t> bytes) {
     for (int32_t &sample : samples) {
         sample = noisy(sample);
     }
-    check(audioConverterPutBytes(converter.get(), reinterpret_cast<const uint8_t *>(samples.data()),
-                                 static_cast<uint32_t>(bytes.size())));
+    shortener.put({reinterpret_cast<const uint8_t *>(samples.data()), bytes.size()});
 }
 
 void dither_stage::finish() {
-    check(audioConverterDone(converter.get(), 0));
-}
-
-void dither_stage::check(uint32_t status) const {
-    output.rethrow();
-    if (status != 0) {
-        throw conversion_error("the library is out of memory");
-    }
+    shortener.finish();
 }

@@ -18,11 +18,9 @@ public:
 
 private:
     int32_t noisy(int32_t sample);
-    void check(uint32_t status) const;
 
     unsigned dropped_bits;
     uint64_t state;
     std::vector<int32_t> samples;
-    output_stream output;
-    converter_pointer converter;
+    side_converter shortener;
 };

@@ -4,24 +4,23 @@
 
 #include <algorithm>
 #include <bit>
-#include <charconv>
 #include <sndfile.h>
+#include <sstream>
 
 namespace {
-
-constexpr uint32_t SPEAKER_BITS = 0xFF;
 
 enum file_position : unsigned { BACK_LEFT = 4, SIDE_LEFT = 9, SIDE_RIGHT = 10 };
 
 struct named_position {
     const char *name;
-    int map_code; // of libsndfile
+    int map_code;       // of libsndfile
+    int other_code = 0; // with the same meaning
 };
 
-constexpr named_position POSITIONS[] = {
-    {"FL", SF_CHANNEL_MAP_LEFT},
-    {"FR", SF_CHANNEL_MAP_RIGHT},
-    {"FC", SF_CHANNEL_MAP_CENTER},
+constexpr named_position POSITIONS[POSITION_COUNT] = {
+    {"FL", SF_CHANNEL_MAP_LEFT, SF_CHANNEL_MAP_FRONT_LEFT},
+    {"FR", SF_CHANNEL_MAP_RIGHT, SF_CHANNEL_MAP_FRONT_RIGHT},
+    {"FC", SF_CHANNEL_MAP_CENTER, SF_CHANNEL_MAP_FRONT_CENTER},
     {"LFE", SF_CHANNEL_MAP_LFE},
     {"BL", SF_CHANNEL_MAP_REAR_LEFT},
     {"BR", SF_CHANNEL_MAP_REAR_RIGHT},
@@ -50,21 +49,6 @@ constexpr named_layout NAMED_LAYOUTS[] = {
     {"quad", 0x33}, {"4.1", 0x3B},    {"5.0", 0x37}, {"5.1", 0x3F}, {"7.0", 0xF7}, {"7.1", 0xFF},
 };
 
-// Other codes of libsndfile with the meaning of a position above.
-int plainCode(int code) {
-    switch (code) {
-    case SF_CHANNEL_MAP_MONO:
-    case SF_CHANNEL_MAP_FRONT_CENTER:
-        return SF_CHANNEL_MAP_CENTER;
-    case SF_CHANNEL_MAP_FRONT_LEFT:
-        return SF_CHANNEL_MAP_LEFT;
-    case SF_CHANNEL_MAP_FRONT_RIGHT:
-        return SF_CHANNEL_MAP_RIGHT;
-    default:
-        return code;
-    }
-}
-
 slot_positions positionsOfMask(uint32_t mask) {
     slot_positions positions;
     for (unsigned position = 0; position < 32; ++position) {
@@ -83,32 +67,19 @@ std::string joinedNames(const slot_positions &positions) {
     return names;
 }
 
-uint32_t parseMask(const std::string &text) {
-    uint32_t mask = 0;
-    const char *end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data() + 2, end, mask, 16);
-    if (error != std::errc() || stop != end || mask == 0 || mask > SPEAKER_BITS) {
-        throw usage_error("'" + text + "': a mask is 0x1 to 0xFF, one bit per speaker");
-    }
-    return mask;
-}
-
 } // namespace
 
 std::vector<std::string> splitAtCommas(const std::string &text) {
-    std::vector<std::string> parts(1);
-    for (const char letter : text) {
-        if (letter == ',') {
-            parts.emplace_back();
-        } else {
-            parts.back() += letter;
-        }
+    std::vector<std::string> parts;
+    std::istringstream rest(text + ",");
+    for (std::string part; std::getline(rest, part, ',');) {
+        parts.push_back(part);
     }
     return parts;
 }
 
 std::string positionName(unsigned position) {
-    return position < std::size(POSITIONS) ? POSITIONS[position].name : "?";
+    return position < POSITION_COUNT ? POSITIONS[position].name : "?";
 }
 
 unsigned parseSpeaker(const std::string &text) {
@@ -125,7 +96,7 @@ unsigned parseSpeaker(const std::string &text) {
 }
 
 unsigned speakerCount(uint32_t mask) {
-    return static_cast<unsigned>(std::popcount(mask & SPEAKER_BITS));
+    return static_cast<unsigned>(std::popcount(mask & 0xFF));
 }
 
 uint32_t usualMask(unsigned channels) {
@@ -138,9 +109,6 @@ uint32_t parseLayout(const std::string &text) {
         if (text == layout.name) {
             return layout.mask;
         }
-    }
-    if (text.starts_with("0x") || text.starts_with("0X")) {
-        return parseMask(text);
     }
     uint32_t mask = 0;
     for (const std::string &name : splitAtCommas(text)) {
@@ -221,10 +189,8 @@ file_layout layoutFromPositions(const slot_positions &positions) {
         unsigned speaker = positions[slot];
         if (!has_backs && (speaker == SIDE_LEFT || speaker == SIDE_RIGHT)) {
             speaker -= SIDE_LEFT - BACK_LEFT;
-            layout.note = "the file's side speakers are taken as BL and BR";
         }
         if (speaker >= AUDIO_MAX_CHANNELS || (mask >> speaker & 1)) {
-            layout.note.clear();
             return layout;
         }
         mask |= 1u << speaker;
@@ -246,9 +212,11 @@ slot_positions flacPositions(unsigned channels) {
 
 slot_positions positionsFromMapCodes(const std::vector<int> &codes) {
     slot_positions positions;
-    for (const int code : codes) {
-        const auto *found =
-            std::ranges::find(POSITIONS, plainCode(code), &named_position::map_code);
+    for (int code : codes) {
+        code = code == SF_CHANNEL_MAP_MONO ? int{SF_CHANNEL_MAP_CENTER} : code;
+        const auto *found = std::ranges::find_if(POSITIONS, [code](const named_position &position) {
+            return position.map_code == code || position.other_code == code;
+        });
         positions.push_back(static_cast<unsigned>(found - std::begin(POSITIONS)));
     }
     return positions;

@@ -14,6 +14,7 @@ using order_map = std::array<uint8_t, AUDIO_MAX_CHANNELS>;
 // Where a channel of a sound file belongs: a bit number of the WAVE_FORMAT_EXTENSIBLE channel
 // mask. Positions 0 to 7 are the library's speakers. One entry per slot of a frame.
 using slot_positions = std::vector<unsigned>;
+inline constexpr unsigned POSITION_COUNT = 18; // of those with a name
 
 // What a sound file says about its channels.
 struct file_layout {
@@ -22,7 +23,6 @@ struct file_layout {
     // these speakers, so the channels can be carried but not mixed.
     uint32_t mask = 0;
     order_map order{};
-    std::string note; // side speakers that stand for others, or empty
 };
 
 // "FL" to "TBR"; "?" for a position without a name.
@@ -41,7 +41,7 @@ unsigned speakerCount(uint32_t mask);
 // default, except that one channel is the centre, as sound files mean it.
 uint32_t usualMask(unsigned channels);
 
-// A layout name, a list of speakers joined by commas or a hexadecimal mask.
+// A layout name or a list of speakers joined by commas.
 uint32_t parseLayout(const std::string &text);
 
 // "5.1 (FL FR FC LFE BL BR)", with the order of the frame when it is not ascending.

@@ -29,19 +29,6 @@ host_function lookUpPrinter(const char *name) {
     return nullptr;
 }
 
-// Why the library gives no converter for settings that it has not refused with a message: it
-// has one for the same settings without a rate change unless memory is out.
-std::string silentReason(audio_converter_settings settings) {
-    const std::string rates = std::to_string(settings.input_sample_rate) + " to " +
-                              std::to_string(settings.output_sample_rate) + " Hz";
-    settings.output_sample_rate = settings.input_sample_rate;
-    if (!converter_pointer(audioConverterNew(lookUpPrinter, &settings))) {
-        return "out of memory";
-    }
-    return "no converter from " + rates +
-           ": the rates have too little in common, their filter table would be too large";
-}
-
 } // namespace
 
 std::string takeLibraryMessage() {
@@ -62,17 +49,23 @@ converter_pointer newConverter(const audio_converter_settings &settings) {
     converter_pointer converter(audioConverterNew(lookUpPrinter, &settings));
     if (!converter) {
         const std::string reason = takeLibraryMessage();
-        throw conversion_error(!reason.empty() ? reason : silentReason(settings));
+        const std::string rates = std::to_string(settings.input_sample_rate) + " to " +
+                                  std::to_string(settings.output_sample_rate) + " Hz";
+        throw conversion_error(!reason.empty() ? reason
+                                               : "no converter from " + rates +
+                                                     ": too little in common, or no memory");
     }
     return converter;
 }
 
-audio_converter_settings plainSettings(uint8_t format, uint8_t bits, uint8_t channels) {
+audio_converter_settings formatChange(const byte_format &from, uint8_t format, uint8_t bits) {
     audio_converter_settings settings{};
-    settings.input_format = format;
-    settings.input_bits_per_sample = bits;
-    settings.input_channels = channels;
-    settings.input_sample_rate = 48000;
+    settings.input_format = from.format;
+    settings.input_bits_per_sample = from.bits;
+    settings.input_channels = from.channels;
+    settings.input_sample_rate = from.rate;
+    settings.output_format = format;
+    settings.output_bits_per_sample = bits;
     settings.out_frame_size = 65536;
     return settings;
 }
@@ -101,5 +94,28 @@ void output_stream::commit(bufstream *stream, uint32_t byte_count) {
         owner->take_bytes(std::span(owner->area).first(byte_count));
     } catch (...) {
         owner->fault = std::current_exception();
+    }
+}
+
+side_converter::side_converter(const audio_converter_settings &settings,
+                               output_stream::byte_function take_bytes)
+    : stream(settings.out_frame_size + 4, std::move(take_bytes)), // AES3 adds its header
+      converter(newConverter(settings)) {
+    audioConverterInit(converter.get(), stream.operations());
+}
+
+void side_converter::put(std::span<const uint8_t> bytes) {
+    check(
+        audioConverterPutBytes(converter.get(), bytes.data(), static_cast<uint32_t>(bytes.size())));
+}
+
+void side_converter::finish() {
+    check(audioConverterDone(converter.get(), 0));
+}
+
+void side_converter::check(uint32_t status) const {
+    stream.rethrow();
+    if (status != 0) {
+        throw conversion_error(CONVERTER_STOPPED);
     }
 }

@@ -11,7 +11,8 @@
 namespace {
 
 std::vector<std::unique_ptr<audio_source>> openSources(const tool_options &options) {
-    const source_options how{options.raw, options.ignore_length, !options.no_metadata};
+    const source_options how{options.raw, options.ignore_length, !options.no_metadata,
+                             !options.split_inputs.empty()};
     std::vector<std::unique_ptr<audio_source>> sources;
     for (const split_input &split : options.split_inputs) {
         sources.push_back(openSource(split.path, how));
@@ -22,19 +23,7 @@ std::vector<std::unique_ptr<audio_source>> openSources(const tool_options &optio
     return sources;
 }
 
-// Stands for the input of a report that needs none.
-source_description assumedSource(const tool_options &options) {
-    source_description source;
-    source.name = "no input";
-    source.kind = "none";
-    source.bytes.rate = 48000;
-    if (options.input_mask) {
-        source.bytes.channels = static_cast<uint8_t>(speakerCount(*options.input_mask));
-    }
-    source.bytes = options.raw.value_or(source.bytes);
-    return source;
-}
-
+// What the sources are, or a stand-in for a report that needs none.
 std::vector<source_description> describe(const std::vector<std::unique_ptr<audio_source>> &sources,
                                          const tool_options &options) {
     std::vector<source_description> descriptions;
@@ -42,26 +31,26 @@ std::vector<source_description> describe(const std::vector<std::unique_ptr<audio
         descriptions.push_back(source->description);
     }
     if (descriptions.empty()) {
-        descriptions.push_back(assumedSource(options));
+        source_description assumed;
+        assumed.name = assumed.kind = "none";
+        assumed.bytes.channels = static_cast<uint8_t>(speakerCount(options.input_mask.value_or(1)));
+        assumed.bytes = options.raw.value_or(assumed.bytes);
+        descriptions.push_back(assumed);
     }
     return descriptions;
 }
 
 void convert(const tool_options &options, const conversion_plan &plan,
-             std::vector<std::unique_ptr<audio_source>> &sources, std::ostream &reports) {
+             std::vector<std::unique_ptr<audio_source>> &sources, std::FILE *reports) {
     progress_line progress(plan.input_frames, plan.settings.input_sample_rate, options.quiet);
-    conversion_work work{plan,    options.block, sources, {}, options.levels || options.stats,
-                         progress};
+    std::vector<std::unique_ptr<audio_sink>> sinks;
     for (const output_target &target : plan.targets) {
-        work.sinks.push_back(openSink(target));
+        sinks.push_back(openSink(target));
     }
-    const conversion_outcome outcome = runConversion(work);
+    const conversion_outcome outcome = runConversion(plan, sources, sinks, options.stats, progress);
     progress.clear();
-    for (const auto &sink : work.sinks) {
+    for (const auto &sink : sinks) {
         sink->commit();
-    }
-    if (options.levels) {
-        printLevels(reports, plan, outcome);
     }
     if (options.stats) {
         printStats(reports, plan, outcome);
@@ -69,14 +58,14 @@ void convert(const tool_options &options, const conversion_plan &plan,
 }
 
 // What is told before the conversion, or in its place.
-void printPlan(std::ostream &out, const tool_options &options, const conversion_plan &plan,
+void printPlan(std::FILE *out, const tool_options &options, const conversion_plan &plan,
                const std::vector<source_description> &sources) {
     if (options.show_matrix) {
-        printMatrix(out, plan, true);
+        printMatrix(out, plan);
     }
-    if (options.info) {
+    if (options.info || options.dry_run) {
         printInfo(out, plan, sources);
-        printMatrix(out, plan, false);
+        printMatrix(out, plan);
     } else if (!options.quiet) {
         for (const std::string &note : plan.notes) {
             std::cerr << PROGRAM_NAME << ": note: " << note << "\n";
@@ -85,7 +74,7 @@ void printPlan(std::ostream &out, const tool_options &options, const conversion_
 }
 
 void run(const tool_options &options) {
-    std::ostream &reports = options.output == "-" ? std::cerr : std::cout;
+    std::FILE *reports = options.output == "-" ? stderr : stdout;
     std::vector<std::unique_ptr<audio_source>> sources = openSources(options);
     const std::vector<source_description> descriptions = describe(sources, options);
     const conversion_plan plan = makePlan(options, descriptions);
@@ -95,12 +84,10 @@ void run(const tool_options &options) {
     }
     if (options.dry_run) {
         newConverter(plan.settings);
-        printPrediction(reports, plan);
     } else if (!plan.targets.empty() && !options.show_matrix) {
         convert(options, plan, sources, reports);
     }
-    reports.flush();
-    if (!reports) {
+    if (std::fflush(reports) != 0 || std::ferror(reports)) {
         throw conversion_error("standard output: cannot write the report");
     }
 }

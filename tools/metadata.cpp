@@ -46,9 +46,8 @@ bool isHeld(const text_kind &kind, file_type type) {
 
 void checkTextBytes(const std::string &name, uint64_t byte_count) {
     if (byte_count > MOST_TEXT_BYTES) {
-        throw conversion_error(
-            name + ": " + std::to_string(byte_count) + " bytes of texts are more than the " +
-            std::to_string(MOST_TEXT_BYTES) + " that are carried; --no-metadata leaves them out");
+        throw conversion_error(name + ": its texts have " + std::to_string(byte_count) +
+                               " bytes, too many to carry; --no-metadata leaves them out");
     }
 }
 

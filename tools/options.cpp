@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <charconv>
 #include <cmath>
+#include <functional>
 #include <iostream>
 #include <map>
 
@@ -21,7 +22,7 @@ constexpr const char *FOOTER = R"(Values:
   FORMAT    pcm, float, lpcm-paired, lpcm-be or aes3
   HZ        a rate such as 48000, 48k or 44.1k
   LAYOUT    mono stereo 2.1 3.0 3.1 quad 4.1 5.0 5.1 7.0 7.1, or speakers such
-            as FL,FR,LFE, or a mask such as 0x3F
+            as FL,FR,LFE
   SPEAKER   FL FR FC LFE BL BR FLC FRC; SPEAKERS is a list such as FC,FL,FR
             in the order of a frame
 
@@ -44,7 +45,6 @@ Examples:
   zt-audio-convert --rate 48k --bits 24 song.wav song.aiff
   zt-audio-convert --layout stereo --info film.wav film-stereo.wav
   zt-audio-convert --bits 16 --dither master.wav master.flac
-  zt-audio-convert --split-input FL=l.wav --split-input FR=r.wav both.wav
   zt-audio-convert --raw lpcm-be,20,2,48000 disc.bin disc.wav
 )";
 
@@ -104,11 +104,7 @@ uint32_t parseByteCount(const std::string &text) {
 }
 
 uint8_t parseBits(const std::string &text) {
-    const auto bits = static_cast<uint8_t>(parseNumber(text, 32));
-    if (bits % 4 != 0 || bits == 4 || bits == 12 || bits == 28) {
-        throw usage_error("'" + text + "' is none of 8, 16, 20, 24 or 32 bits");
-    }
-    return bits;
+    return static_cast<uint8_t>(parseNumber(text, 32));
 }
 
 byte_format parseRawFormat(const std::string &text) {
@@ -128,39 +124,24 @@ split_input parseSplitInput(const std::string &text) {
     return {parseSpeaker(text.substr(0, equals)), text.substr(equals + 1)};
 }
 
-std::string keepText(const std::string &text) {
-    return text;
-}
-
-// Options as "-r, --rate HZ", texts in a column of their own, all within 80 columns.
+// The usage first, then the description.
 class help_formatter : public CLI::Formatter {
 public:
     help_formatter() {
-        column_width(30);
+        column_width(36);
+        label("OPTIONS", "");
     }
-    std::string make_help(const CLI::App *app, std::string, CLI::AppFormatMode) const override {
-        std::string text = usageText() + "\n" + DESCRIPTION;
-        for (const char *group : {"Input", "Output", "Reports"}) {
-            text.append("\n").append(group).append(":\n");
-            for (const CLI::Option *option : app->get_options()) {
-                text += option->get_group() == group ? make_option(option, false) : "";
-            }
-        }
-        return text + "\n" + FOOTER;
+    std::string make_description(const CLI::App *) const override {
+        return usageText() + "\n" + DESCRIPTION;
     }
-    std::string make_option(const CLI::Option *option, bool) const override {
-        std::string name = option->get_name(false, true);
+    std::string make_usage(const CLI::App *, std::string) const override {
+        return "";
+    }
+    std::string make_option_name(const CLI::Option *option, bool) const override {
+        const std::string name = option->get_name(false, true);
         const size_t comma = name.find(',');
-        if (comma == std::string::npos) {
-            name.insert(0, 4, ' ');
-        } else {
-            name.insert(comma + 1, " ");
-        }
-        name.append(option->get_option_text());
-        const size_t room = column_width_ - 4;
-        name.append(name.size() > room ? "\n" + std::string(column_width_, ' ')
-                                       : std::string(room + 2 - name.size(), ' '));
-        return "  " + name + option->get_description() + "\n";
+        return comma == std::string::npos ? name
+                                          : name.substr(0, comma) + ", " + name.substr(comma + 1);
     }
 };
 
@@ -171,8 +152,8 @@ public:
     }
     // The parser's usage_error becomes one that names the option.
     template <typename Target, typename Parser>
-    void value(const std::string &name, Target &target, Parser parse,
-               const std::string &placeholder, const std::string &description) {
+    void add(const std::string &name, Target &target, Parser parse, const std::string &placeholder,
+             const std::string &description) {
         const std::string shown = name.substr(name.find("--"));
         app.add_option_function<std::string>(
                name,
@@ -184,10 +165,10 @@ public:
                    }
                },
                description)
-            ->option_text(" " + placeholder)
+            ->option_text(placeholder)
             ->group(group);
     }
-    void flag(const std::string &name, bool &target, const std::string &description) {
+    void add(const std::string &name, bool &target, const std::string &description) {
         app.add_flag(name, target, description)->disable_flag_override()->group(group);
     }
 
@@ -197,52 +178,45 @@ private:
 };
 
 void addInputOptions(CLI::App &app, tool_options &options, std::vector<std::string> &splits) {
-    option_group group(app, "Input");
-    group.value("--raw", options.raw, parseRawFormat, "FORMAT,BITS,CHANNELS,RATE",
-                "INPUT is raw bytes");
-    group.value("--in-layout", options.input_mask, parseLayout, "LAYOUT",
-                "the speakers of the input");
-    group.value("--in-order", options.input_order, parseOrder, "SPEAKERS",
-                "their order in a frame");
-    group.value("--in-rate", options.input_rate, parseRate, "HZ",
-                "its rate, whatever the file says");
-    group.flag("--ignore-length", options.ignore_length, "convert what is there of a file cut off");
+    option_group in(app, "Input");
+    in.add("--raw", options.raw, parseRawFormat, "FORMAT,BITS,CHANNELS,RATE", "INPUT is raw bytes");
+    in.add("--in-layout", options.input_mask, parseLayout, "LAYOUT", "speakers of the input");
+    in.add("--in-order", options.input_order, parseOrder, "SPEAKERS", "order in a frame");
+    in.add("--in-rate", options.input_rate, parseRate, "HZ", "its rate, whatever the file says");
+    in.add("--ignore-length", options.ignore_length, "convert what is there of a file cut off");
     app.add_option("--split-input", splits, "one mono file; repeat it, leave INPUT out")
-        ->option_text(" SPEAKER=FILE")
+        ->option_text("SPEAKER=FILE")
         ->allow_extra_args(false)
+        ->excludes(app.get_option("--in-layout"))
+        ->excludes(app.get_option("--in-order"))
         ->group("Input");
 }
 
 void addOutputOptions(CLI::App &app, tool_options &options) {
-    option_group group(app, "Output");
-    group.value("-t,--type", options.type, parseType, "TYPE",
-                "wav, aiff, caf, flac or raw (default: by OUTPUT)");
-    group.value("-f,--format", options.format, parseFormat, "FORMAT", "sample format");
-    group.value("-b,--bits", options.bits, parseBits, "N", "bits of a sample: 8, 16, 20, 24 or 32");
-    group.value("-r,--rate", options.rate, parseRate, "HZ", "sample rate, 1 to 4294967295");
-    group.value("-l,--layout", options.output_mask, parseLayout, "LAYOUT",
-                "the speakers of the output");
-    group.value("--out-order", options.output_order, parseOrder, "SPEAKERS",
-                "their order in a frame");
-    group.value("--matrix", options.matrix_path, keepText, "FILE", "mixing gains from a text file");
-    group.flag("--dither", options.dither, "add noise where samples get shorter");
-    group.flag("--no-metadata", options.no_metadata, "leave title, artist ... behind");
-    group.flag("--split-output", options.split_output,
-               "one mono file per speaker: NAME.FL.wav ...");
-    group.value("--frame-size", options.frame_size, parseByteCount, "BYTES",
-                "most bytes of a write (default 65536)");
-    group.value("--block", options.block, parseByteCount, "BYTES",
-                "bytes of an input call (default 65536)");
+    option_group out(app, "Output");
+    out.add("-t,--type", options.type, parseType, "TYPE",
+            "wav, aiff, caf, flac, raw; else by name");
+    out.add("-f,--format", options.format, parseFormat, "FORMAT", "sample format");
+    out.add("-b,--bits", options.bits, parseBits, "N", "8, 16, 20, 24 or 32");
+    out.add("-r,--rate", options.rate, parseRate, "HZ", "sample rate, 1 to 4294967295");
+    out.add("-l,--layout", options.output_mask, parseLayout, "LAYOUT", "speakers of the output");
+    out.add("--out-order", options.output_order, parseOrder, "SPEAKERS", "order in a frame");
+    out.add("--matrix", options.matrix_path, std::identity{}, "FILE",
+            "mixing gains from a text file");
+    out.add("--dither", options.dither, "add noise where samples get shorter");
+    out.add("--no-metadata", options.no_metadata, "leave title, artist ... behind");
+    out.add("--split-output", options.split_output, "one mono file per speaker: NAME.FL.wav ...");
+    out.add("--frame-size", options.frame_size, parseByteCount, "BYTES",
+            "most bytes of a write (default 65536)");
 }
 
 void addReportOptions(CLI::App &app, tool_options &options) {
-    option_group group(app, "Reports");
-    group.flag("-i,--info", options.info, "what was understood, with the mixing matrix");
-    group.flag("--show-matrix", options.show_matrix, "the mixing matrix alone, also in dB");
-    group.flag("-n,--dry-run", options.dry_run, "check everything, write nothing");
-    group.flag("--levels", options.levels, "peak and RMS of input and output");
-    group.flag("--stats", options.stats, "frames, full-scale samples, speed");
-    group.flag("-q,--quiet", options.quiet, "no progress, no notes");
+    option_group reports(app, "Reports");
+    reports.add("-i,--info", options.info, "what was understood, with the mixing matrix");
+    reports.add("--show-matrix", options.show_matrix, "the mixing matrix alone, also in dB");
+    reports.add("-n,--dry-run", options.dry_run, "the same, and check all, but write nothing");
+    reports.add("--stats", options.stats, "peak, RMS and full-scale samples, frames");
+    reports.add("-q,--quiet", options.quiet, "no progress, no notes");
 }
 
 std::string versionText() {
@@ -259,14 +233,8 @@ std::string versionText() {
 // INPUT and OUTPUT; with --split-input OUTPUT alone.
 void placeFiles(std::vector<std::string> files, const std::vector<std::string> &splits,
                 tool_options &options) {
-    uint32_t mask = 0;
     for (const std::string &text : splits) {
         options.split_inputs.push_back(parseSplitInput(text));
-        const uint32_t bit = 1u << options.split_inputs.back().speaker;
-        if (mask & bit) {
-            throw usage_error("--split-input: two files for one speaker: " + text);
-        }
-        mask |= bit;
     }
     if (!splits.empty()) {
         files.insert(files.begin(), "");
@@ -295,18 +263,9 @@ file_type typeOfName(const std::string &path) {
 }
 
 void checkInput(const tool_options &options) {
-    const bool is_split = !options.split_inputs.empty();
-    if (is_split && (options.input_mask || options.input_order)) {
-        throw usage_error("--split-input names the speakers: no --in-layout, no --in-order");
-    }
-    if (!options.input.empty() || is_split) {
-        return;
-    }
-    if (!options.show_matrix) {
-        throw usage_error("no INPUT");
-    }
-    if (!options.input_mask && !options.raw) {
-        throw usage_error("--show-matrix needs INPUT, --raw or --in-layout");
+    const bool has_input = !options.input.empty() || !options.split_inputs.empty();
+    if (!has_input && !(options.show_matrix && (options.input_mask || options.raw))) {
+        throw usage_error("no INPUT; --show-matrix can do with --raw or --in-layout");
     }
 }
 
@@ -325,9 +284,6 @@ void checkOutput(const tool_options &options) {
     if (type == file_type::FLAC &&
         (format == AUDIO_FORMAT_FLOAT || options.bits.value_or(16) > 24)) {
         throw usage_error("--bits: FLAC holds integers of at most 24 bits");
-    }
-    if (type != file_type::RAW && options.bits.value_or(16) == 20) {
-        throw usage_error("--bits: sound files hold 8, 16, 24 or 32 bits; use --type raw");
     }
     if (format == AUDIO_FORMAT_AES3 && options.split_output) {
         throw usage_error("--split-output: aes3 holds channels in pairs only");
@@ -352,6 +308,7 @@ std::optional<tool_options> parseOptions(int argument_count, char **arguments) {
     std::vector<std::string> splits;
     tool_options options;
     app.formatter(std::make_shared<help_formatter>());
+    app.footer(FOOTER);
     app.add_option("files", files)->expected(0, 2)->group("");
     addInputOptions(app, options, splits);
     addOutputOptions(app, options);

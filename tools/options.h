@@ -28,11 +28,9 @@ struct tool_options {
     bool no_metadata = false;
     bool split_output = false;
     uint32_t frame_size = 65536;
-    uint32_t block = 65536;
     bool info = false;
     bool show_matrix = false;
     bool dry_run = false;
-    bool levels = false;
     bool stats = false;
     bool quiet = false;
 };

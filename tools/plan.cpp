@@ -15,19 +15,10 @@ constexpr uint32_t MIX_ANYWAY = 0x80000000;
 // Sources of one run must agree, since they become the channels of one frame.
 void checkSplitSources(const std::vector<source_description> &sources) {
     for (const source_description &source : sources) {
-        const byte_format &bytes = source.bytes;
-        const byte_format &first = sources[0].bytes;
-        if (bytes.channels != 1) {
-            throw conversion_error(source.name + ": has " + std::to_string(bytes.channels) +
-                                   " channels; --split-input takes mono files");
-        }
-        if (bytes.rate != first.rate) {
-            throw conversion_error(source.name + ": " + std::to_string(bytes.rate) + " Hz, but " +
-                                   sources[0].name + " has " + std::to_string(first.rate) + " Hz");
-        }
-        if (bytes.format != first.format || bytes.bits != first.bits) {
-            throw conversion_error(source.name + ": " + source.kind + ", but " + sources[0].name +
-                                   " is " + sources[0].kind);
+        if (source.bytes.channels != 1 || source.bytes.rate != sources[0].bytes.rate) {
+            throw conversion_error(source.name + ": has " + std::to_string(source.bytes.channels) +
+                                   " channels at " + std::to_string(source.bytes.rate) +
+                                   " Hz; --split-input takes mono files of one rate");
         }
     }
 }
@@ -49,7 +40,6 @@ public:
             useMatrix();
         }
         checkSettings(settings);
-        checkFrameSize();
         countFrames();
         if (!options.output.empty()) {
             planTargets();
@@ -81,13 +71,13 @@ private:
         if (options.format) {
             return *options.format;
         }
-        const bool is_raw = options.type == file_type::RAW && source.raw;
-        const bool may_be_float =
-            options.type != file_type::FLAC && !options.dither && options.bits.value_or(32) == 32;
         if (source.is_float) {
-            return may_be_float ? AUDIO_FORMAT_FLOAT : AUDIO_FORMAT_PCM;
+            const bool for_integers = options.type == file_type::FLAC || options.dither;
+            return for_integers || options.bits.value_or(32) != 32 ? AUDIO_FORMAT_PCM
+                                                                   : AUDIO_FORMAT_FLOAT;
         }
-        return is_raw ? options.raw->format : uint8_t{AUDIO_FORMAT_PCM};
+        return options.type == file_type::RAW && source.raw ? options.raw->format
+                                                            : uint8_t{AUDIO_FORMAT_PCM};
     }
 
     // The depth nearest to the input's that the output has; 24 for float input.
@@ -151,8 +141,8 @@ private:
                                    ") cannot be mixed or placed; --in-layout says which ones to "
                                    "take them for");
         }
-        if (by_file && isMixed() && !layout.note.empty()) {
-            plan.notes.push_back(layout.note);
+        if (by_file && isMixed() && positionMask(layout.positions) != layout.mask) {
+            plan.notes.emplace_back("the file's side speakers are taken as BL and BR");
         }
         const order_map named = by_file && layout.mask != 0 ? layout.order : order_map{};
         const order_map input_order = options.input_order.value_or(named);
@@ -190,18 +180,6 @@ private:
         }
     }
 
-    void checkFrameSize() const {
-        byte_format bytes = plan.output_bytes;
-        const bool is_split = settings.output_separate_channels && !plan.dither;
-        const uint64_t shares = is_split ? settings.output_channels : 1u;
-        bytes.channels = settings.output_separate_channels ? uint8_t{1} : bytes.channels;
-        const uint64_t least = groupBytes(bytes) * shares;
-        if (plan.write_bytes < least) {
-            throw usage_error("--frame-size: " + std::to_string(plan.write_bytes) +
-                              " bytes are too few, this output needs " + std::to_string(least));
-        }
-    }
-
     void countFrames() {
         uint64_t longest = 0;
         for (const source_description &each : sources) {
@@ -235,7 +213,7 @@ private:
             target.type == file_type::FLAC
                 ? target.positions == flacPositions(target.bytes.channels)
                 : target.type != file_type::WAV || std::ranges::is_sorted(target.positions);
-        if (!is_told || !hasNames(target.positions)) {
+        if (!is_told || std::ranges::max(target.positions) >= POSITION_COUNT) {
             target.positions.clear();
             plan.notes.emplace_back("the output file cannot name these speakers in this order");
         }
@@ -254,11 +232,6 @@ private:
             position = place == 0 ? position : layout.positions[place - 1u];
         }
         return positions;
-    }
-
-    static bool hasNames(const slot_positions &positions) {
-        return std::ranges::none_of(
-            positions, [](unsigned position) { return positionName(position) == "?"; });
     }
 
     // "out.wav" becomes "out.FL.wav" and so on. In /dev those would be ordinary files.

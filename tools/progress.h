@@ -4,7 +4,6 @@
 #include <chrono>
 #include <cstdint>
 #include <optional>
-#include <string>
 
 class progress_line {
 public:
@@ -22,12 +21,9 @@ public:
 
 private:
     std::optional<uint64_t> total;
-    uint32_t frames_per_second;
+    double frames_per_second;
     bool visible;
     bool drawn = false;
     std::chrono::steady_clock::time_point start;
     std::chrono::steady_clock::time_point next_draw;
 };
-
-// "3:25" or "1:02:03"; with milliseconds "0:01.430".
-std::string clockText(double seconds, bool milliseconds = false);

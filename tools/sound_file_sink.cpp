@@ -13,14 +13,8 @@ int fileFormat(const output_target &target) {
                                 SF_FORMAT_PCM_32};
     const bool is_float = target.bytes.format == AUDIO_FORMAT_FLOAT;
     const int subtype = is_float ? int{SF_FORMAT_FLOAT} : SUBTYPES[target.bytes.bits / 8 - 1];
-    switch (target.type) {
-    case file_type::AIFF:
-        return SF_FORMAT_AIFF | subtype;
-    case file_type::FLAC:
-        return SF_FORMAT_FLAC | subtype;
-    default:
-        return SF_FORMAT_CAF | subtype;
-    }
+    constexpr int TYPES[] = {0, SF_FORMAT_AIFF, SF_FORMAT_CAF, SF_FORMAT_FLAC}; // by file_type
+    return TYPES[static_cast<int>(target.type)] | subtype;
 }
 
 // Little-endian samples of `bytes` bytes, 8 bits unsigned, into the top of 32-bit integers.
@@ -40,13 +34,10 @@ public:
         info.samplerate = static_cast<int>(target.bytes.rate);
         info.channels = target.bytes.channels;
         info.format = fileFormat(target);
-        if (info.samplerate <= 0) {
-            throw conversion_error(target.path + ": this type of file holds no rate of " +
-                                   std::to_string(target.bytes.rate) + " Hz; use --type raw");
-        }
         sound = sf_open_fd(file.descriptor(), SFM_WRITE, &info, SF_FALSE);
         if (sound == nullptr) {
-            throw conversion_error(target.path + ": " + sf_strerror(nullptr));
+            throw conversion_error(target.path + ": " + targetKind(target) +
+                                   " holds no such rate, depth or channels; use --type wav");
         }
         // The chunk carries the time of writing: the same input would give different bytes.
         sf_command(sound, SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);

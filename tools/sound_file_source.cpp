@@ -5,6 +5,8 @@
 #include "errors.h"
 #include "wav_file.h"
 
+#include <algorithm>
+#include <array>
 #include <limits>
 #include <sndfile.h>
 #include <unistd.h>
@@ -18,37 +20,30 @@ struct file_release {
 };
 
 struct file_encoding {
+    std::array<int, 5> formats; // the rest is 0
     uint8_t depth;
     bool is_float;
     bool exact_length; // the frame count of the header can be relied upon
 };
 
-file_encoding encodingOf(int format) {
-    switch (format & SF_FORMAT_SUBMASK) {
-    case SF_FORMAT_PCM_S8:
-    case SF_FORMAT_PCM_U8:
-    case SF_FORMAT_DPCM_8:
-        return {8, false, true};
-    case SF_FORMAT_PCM_24:
-    case SF_FORMAT_DWVW_24:
-    case SF_FORMAT_ALAC_20:
-    case SF_FORMAT_ALAC_24:
-        return {24, false, true};
-    case SF_FORMAT_PCM_32:
-    case SF_FORMAT_ALAC_32:
-        return {32, false, true};
-    case SF_FORMAT_FLOAT:
-    case SF_FORMAT_DOUBLE:
-        return {32, true, true};
-    case SF_FORMAT_VORBIS:
-    case SF_FORMAT_OPUS:
-    case SF_FORMAT_MPEG_LAYER_I:
-    case SF_FORMAT_MPEG_LAYER_II:
-    case SF_FORMAT_MPEG_LAYER_III:
-        return {32, true, false};
-    default: // 16-bit PCM and the codecs that carry as much
-        return {16, false, true};
-    }
+const file_encoding ENCODINGS[] = {
+    {{SF_FORMAT_PCM_S8, SF_FORMAT_PCM_U8, SF_FORMAT_DPCM_8}, 8, false, true},
+    {{SF_FORMAT_PCM_24, SF_FORMAT_DWVW_24, SF_FORMAT_ALAC_20, SF_FORMAT_ALAC_24}, 24, false, true},
+    {{SF_FORMAT_PCM_32, SF_FORMAT_ALAC_32}, 32, false, true},
+    {{SF_FORMAT_FLOAT, SF_FORMAT_DOUBLE}, 32, true, true},
+    {{SF_FORMAT_VORBIS, SF_FORMAT_OPUS, SF_FORMAT_MPEG_LAYER_I, SF_FORMAT_MPEG_LAYER_II,
+      SF_FORMAT_MPEG_LAYER_III},
+     32,
+     true,
+     false},
+    {{}, 16, false, true}, // 16-bit PCM and the codecs that carry as much
+};
+
+const file_encoding &encodingOf(int format) {
+    return *std::ranges::find_if(ENCODINGS, [format](const file_encoding &encoding) {
+        return encoding.formats[0] == 0 ||
+               std::ranges::count(encoding.formats, format & SF_FORMAT_SUBMASK) > 0;
+    });
 }
 
 std::string formatText(int format) {
@@ -76,7 +71,7 @@ uint64_t missingBytes(byte_reader &reader) {
     const uint64_t end = reader.remainingBytes().value_or(0);
     for (uint64_t offset = is_caf ? 8 : 12; offset + head_bytes <= end;) {
         const std::vector<uint8_t> head = reader.lookAt(offset, head_bytes);
-        const uint64_t size = is_caf ? takeBig<uint64_t>(head, 4) : takeBig<uint32_t>(head, 4);
+        const uint64_t size = takeBig(head, 4, is_caf ? 8 : 4);
         const uint64_t present = end - offset - head_bytes;
         if (hasTag(head, 0, is_caf ? "data" : "SSND")) {
             const bool is_known = size < (is_caf ? uint64_t{INT64_MAX} : UINT32_MAX);
@@ -122,6 +117,9 @@ public:
         if (!file) {
             throw conversion_error(description.name + ": " + sf_strerror(nullptr));
         }
+        if (wav && wav->never_finished && wav->data_offset < end) {
+            reportLength(description.name, "its header says 0 bytes of samples", ignore_length);
+        }
         if (missing > 0) {
             reportLength(description.name, missingText(missing), ignore_length);
         }
@@ -148,7 +146,7 @@ public:
 
 private:
     void describe(const SF_INFO &info) {
-        const file_encoding encoding = encodingOf(info.format);
+        const file_encoding &encoding = encodingOf(info.format);
         if (info.channels > std::numeric_limits<uint8_t>::max()) {
             throw conversion_error(description.name + ": has " + std::to_string(info.channels) +
                                    " channels");

@@ -89,18 +89,18 @@ temporary_file::~temporary_file() {
 // A link cannot replace a file: then the file gets a name beside it for the time of a rename.
 void temporary_file::giveName() {
     const std::string self = "/proc/self/fd/" + std::to_string(file_descriptor);
-    std::string name = target_path;
-    for (unsigned attempt = 0; attempt < 100; ++attempt) {
-        if (linkat(AT_FDCWD, self.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0) {
-            path = name;
-            return;
-        }
-        if (errno != EEXIST) {
-            break;
-        }
-        name = target_path + "." + std::to_string(getpid()) + "-" + std::to_string(attempt);
+    const auto link = [&] {
+        return linkat(AT_FDCWD, self.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0;
+    };
+    path = target_path;
+    if (link()) {
+        return;
     }
-    throw systemError(shown_path, "cannot write");
+    path.append(".").append(std::to_string(getpid()));
+    if (errno != EEXIST || !link()) {
+        path.clear();
+        throw systemError(shown_path, "cannot write");
+    }
 }
 
 void temporary_file::commit() {
