@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Runs zt-audio-convert as a person would. Usage: tool_test.py TOOL [unittest options]"""
 
+import cmath
 import contextlib
 import math
 import os
@@ -168,24 +169,22 @@ class ToolTest(unittest.TestCase):
     def test_dither(self):
         """1 kHz at -90 dBFS in 16 bits: truncation makes harmonics, dither only noise."""
         rate = 48000
-        self.put("in.wav", wav(b"".join(
-            round(2**23 * 10**-4.5 * math.sin(2 * math.pi * n / 48)).to_bytes(3, "little", signed=True)
-            for n in range(rate)), 1, rate, 24))
+        tone24 = (round(2**23 * 10**-4.5 * math.sin(2 * math.pi * n / 48)) for n in range(rate))
+        self.put("in.wav", wav(b"".join(sample.to_bytes(3, "little", signed=True)
+                                        for sample in tone24), 1, rate, 24))
 
         def harmonics(options):
             self.run_tool(f"-b 16 {options} in.wav out.wav")
             samples = struct.unpack(f"<{rate}h", parse_wav(self.get("out.wav"))[-1])
-            levels = []
-            for harmonic in range(1, 8):
-                # One bin of a transform of a second: the tone has a period of 48 samples.
-                sums = [sum(samples[k::48]) for k in range(48)]
-                real = sum(s * math.cos(2 * math.pi * harmonic * k / 48) for k, s in enumerate(sums))
-                imag = sum(s * math.sin(2 * math.pi * harmonic * k / 48) for k, s in enumerate(sums))
-                levels.append(20 * math.log10(2 * math.hypot(real, imag) / rate / 32768 + 1e-12))
+            # Bins of a transform of a second; the tone has a period of 48 samples.
+            sums = [sum(samples[k::48]) for k in range(48)]
+            bins = [sum(total * cmath.exp(2j * math.pi * harmonic * k / 48)
+                        for k, total in enumerate(sums)) for harmonic in range(1, 8)]
+            levels = [20 * math.log10(2 * abs(value) / rate / 32768 + 1e-12) for value in bins]
             return samples, levels
 
         plain, levels = harmonics("")
-        self.assertGreater(max(levels[1:]), -115)
+        self.assertGreater(max(levels[1:]), -105)
         dithered, levels = harmonics("--dither")
         self.assertAlmostEqual(levels[0], -90, delta=0.5)
         # Noise of 3 / 12 LSB^2 is at -96 dBFS; 24,000 bins share it, and few exceed it by 12 dB.
@@ -303,7 +302,7 @@ class ToolTest(unittest.TestCase):
             self.assertEqual(parse_wav(self.get("out.wav"))[3], hertz)
         self.run_tool("-f float in.wav float.wav")
         self.run_tool("float.wav out.flac")
-        self.assertIn(b"24-bit", self.run_tool("--info out.flac").stdout.replace(b"24 bit", b"24-bit"))
+        self.assertIn(b"Signed 24 bit", self.run_tool("--info out.flac").stdout)
 
     def test_many_files_in_parallel(self):
         """A hundred files, one of them broken: 99 results, one message, one failure."""
