@@ -287,6 +287,9 @@ class ToolTest(unittest.TestCase):
                                      self.get("back.wav"), not (tag == b"ICRD" and "date" in lost))
         self.assertEqual(self.run_tool("--no-metadata in.wav out.wav").stderr, b"")
         self.assertEqual(self.get("out.wav"), wav(tone(100, 2)))
+        self.put("in.wav", wav(tone(100, 2)) + b"LIST\1\0\0\0INFO")  # too short for its own name
+        self.run_tool("in.wav out.wav")
+        self.assertEqual(self.get("out.wav"), wav(tone(100, 2)))
 
     def test_flac(self):
         for bits, channels in ((16, 2), (24, 6)):

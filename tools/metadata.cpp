@@ -52,7 +52,7 @@ void checkTextBytes(const std::string &name, uint64_t byte_count) {
 }
 
 void parseInfoList(std::span<const uint8_t> list, file_metadata &metadata) {
-    for (size_t offset = 0; offset + 8 <= list.size();) {
+    for (size_t offset = 4; offset + 8 <= list.size();) {
         const auto size = takeLittle<uint32_t>(list, offset + 4);
         const auto content = list.subspan(offset + 8);
         const auto text = content.first(std::min<size_t>(size, content.size()));

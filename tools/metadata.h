@@ -26,7 +26,7 @@ inline constexpr size_t MOST_TEXT_BYTES = 1 << 16;
 // Throws conversion_error, naming the file, when there are more bytes than that.
 void checkTextBytes(const std::string &name, uint64_t byte_count);
 
-// The content of a LIST chunk behind its "INFO".
+// The content of a LIST chunk that begins with "INFO".
 void parseInfoList(std::span<const uint8_t> list, file_metadata &metadata);
 
 // A bext chunk and a LIST chunk, each with its header; empty without texts.

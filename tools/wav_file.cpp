@@ -65,7 +65,7 @@ private:
         } else if (hasTag(head, 0, "LIST") && read_texts &&
                    hasTag(reader.lookAt(start, 4), 0, "INFO")) {
             const std::vector<uint8_t> list = readText(start, size);
-            parseInfoList(std::span(list).subspan(4), header.metadata);
+            parseInfoList(list, header.metadata);
         }
     }
 
