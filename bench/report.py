@@ -36,6 +36,8 @@ GOALS = [
     ("small blocks, all rows", r"", SMALL_BLOCKS, 2.5),
 ]
 
+WHOLE_FILE_TOOLS = ["ours", "pipe", "ffmpeg", "sox", "sndfile-convert"]
+
 NOTES = """\
 Nanoseconds of processor time per output sample of one channel at five block sizes (frames a
 call), then ratios of our time to a peer's, at blocks of 1024 unless the head says 256.
@@ -167,6 +169,31 @@ def showSummary(rows):
     return "\n".join(lines)
 
 
+def wholeFileRows(path):
+    """Cells of the whole-file rows, and what they miss: 0.7 of the fastest other tool, and a file
+    at most 1.5 times as long as a pipe."""
+    with open(path, encoding="utf-8") as file:
+        results = json.load(file)
+    rows = []
+    for row, times in results.items():
+        others = {who: value for who, value in times.items() if who not in ("ours", "pipe")}
+        fastest = min(others, key=others.get, default=None)
+        measured = [("file / pipe", 1.5, times["ours"] / times["pipe"])]
+        if fastest:
+            measured.append(("fastest", 0.7, times["ours"] / others[fastest]))
+        rows.append([row, *(f"{times[who]:.2f}" if who in times else "" for who in WHOLE_FILE_TOOLS),
+                     f"{measured[-1][2]:.2f} {fastest}" if fastest else "", showGoals(measured)])
+    return rows
+
+
+def showWholeFiles(path):
+    head = ["whole files", "ours", "ours to a pipe", *WHOLE_FILE_TOOLS[2:], "fastest", "goals"]
+    print("\nUser and system seconds of the tools from WAV to WAV: ten minutes of audio, with --quick one.\n")
+    print("| " + " | ".join(head) + " |\n|" + " --- |" * len(head))
+    for cells in wholeFileRows(path):
+        print("| " + " | ".join(cells) + " |")
+
+
 def processorName():
     with open("/proc/cpuinfo", encoding="utf-8") as file:
         for line in file:
@@ -176,7 +203,7 @@ def processorName():
 
 
 def main():
-    if len(sys.argv) != 2:
+    if len(sys.argv) not in (2, 3):
         sys.exit(__doc__)
     times, failed, context = loadTimes(sys.argv[1])
     rows = groupRows(times)
@@ -188,6 +215,8 @@ def main():
     print("| " + " | ".join(head) + " |\n|" + " --- |" * len(head))
     for row, blocks in rows.items():
         print(showCreation(row, blocks) if "" in blocks else showRow(row, blocks))
+    if len(sys.argv) == 3:
+        showWholeFiles(sys.argv[2])
     for failure in failed:
         print(f"report.py: failed: {failure}", file=sys.stderr)
     return 1 if failed or not rows else 0

@@ -1,9 +1,8 @@
-# Tool, tests and benchmarks come with their packages; one status line says so when they do not.
+# The tool comes with its packages, the tests with BUILD_TESTING, the benchmarks with ZT_BENCH; one
+# status line says so when packages are missing.
 
 find_package(PkgConfig QUIET)
-find_package(GTest QUIET)
 find_package(CLI11 QUIET)
-find_package(benchmark QUIET)
 if(PkgConfig_FOUND)
     pkg_check_modules(SNDFILE QUIET IMPORTED_TARGET sndfile)
 endif()
@@ -15,24 +14,25 @@ else()
     message(STATUS "zt-audio-convert is left out: it needs libcli11-dev, libsndfile1-dev, pkg-config")
 endif()
 
-if(BUILD_TESTING AND GTest_FOUND)
-    add_subdirectory(tests)
-elseif(BUILD_TESTING)
-    message(STATUS "The tests are left out: they need libgtest-dev")
+if(BUILD_TESTING)
+    find_package(GTest QUIET)
+    if(GTest_FOUND)
+        add_subdirectory(tests)
+    else()
+        message(STATUS "The tests are left out: they need libgtest-dev")
+    endif()
 endif()
 
-if(benchmark_FOUND)
+if(ZT_BENCH)
+    find_package(benchmark REQUIRED)
     add_subdirectory(bench)
-else()
-    message(STATUS "The benchmarks are left out: they need libbenchmark-dev")
 endif()
 
 if(ZT_FUZZ)
     add_subdirectory(fuzz)
 endif()
 
-add_subdirectory(examples)
-
 if(BUILD_TESTING)
+    add_subdirectory(examples)
     include(tests/packaging.cmake)
 endif()

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Writes the tables of speed.md from the JSON of a benchmark run.
 
-Usage: speed_tables.py build-bench/bench.json
+Usage: speed_tables.py build-bench/bench.json build-bench/whole_files.json
 """
 
 import pathlib
@@ -41,8 +41,14 @@ def show_row(name, blocks):
     return [name, *time_cells(blocks), alike_cell(race), peer_cell(race)]
 
 
+def write_whole_files(path):
+    replace_region("speed.md", "whole files", table(
+        ["ten minutes", "ours", "to a pipe", *report.WHOLE_FILE_TOOLS[2:], "ours / fastest other"],
+        [cells[:-1] for cells in report.wholeFileRows(path)]))
+
+
 def main():
-    if len(sys.argv) != 2:
+    if len(sys.argv) != 3:
         sys.exit(__doc__)
     times, failed, context = report.loadTimes(sys.argv[1])
     if failed:
@@ -59,6 +65,7 @@ def main():
                                           f"processors, {context['date'][:10]}.")
     replace_region("speed.md", "blocks", table(
         ["conversion", *report.BLOCKS, "alike", "fastest other"], shown))
+    write_whole_files(sys.argv[2])
     replace_region("speed.md", "creation", table(
         ["Hz", "creation, µs", "fastest other"], creations))
 

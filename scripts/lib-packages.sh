@@ -38,5 +38,5 @@ needPackages() {
 needTestPackages() {
     needPackages cmake g++ clang make pkg-config binutils python3 libgtest-dev libbenchmark-dev \
         libcli11-dev libsndfile1-dev alsa-utils abigail-tools help2man lintian doxygen \
-        dpkg-dev file
+        dpkg-dev file parallel
 }

@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Runs zt-audio-convert as a person would. Usage: tool_test.py TOOL [unittest options]"""
 
-import fcntl
+import cmath
+import contextlib
 import math
 import os
 import pty
@@ -12,7 +13,6 @@ import struct
 import subprocess
 import sys
 import tempfile
-import termios
 import time
 import unittest
 from pathlib import Path
@@ -31,10 +31,10 @@ def tone(frame_count, channels, rate=48000):
                    for n in range(frame_count) for c in range(channels)))
 
 
-def wav(data, channels=2, rate=48000, bits=16, mask=None, data_bytes=None):
+def wav(data, channels=2, rate=48000, bits=16, mask=None, data_bytes=None, code=1):
     """A WAV file by hand; `data_bytes` is what its header claims."""
     frame = channels * bits // 8
-    body = struct.pack("<HHIIHH", 1 if mask is None else 0xFFFE, channels, rate, rate * frame,
+    body = struct.pack("<HHIIHH", code if mask is None else 0xFFFE, channels, rate, rate * frame,
                        frame, bits)
     if mask is not None:
         body += struct.pack("<HHIH", 22, bits, mask, 1) + bytes.fromhex(
@@ -50,6 +50,12 @@ def rf64(present, claimed=None):
     header = wav(b"", data_bytes=0xFFFFFFFF).replace(b"RIFF", b"RF64", 1)
     ds64 = b"ds64" + struct.pack("<IQQQI", 28, claimed + 72, claimed, claimed // 4, 0)
     return header[:12] + ds64 + header[12:] + bytes(present)
+
+
+def with_chunk(content, name, body):
+    """A WAV file with a further chunk at its end."""
+    content += name + struct.pack("<I", len(body)) + body + bytes(len(body) % 2)
+    return content[:4] + struct.pack("<I", len(content) - 8) + content[8:]
 
 
 def parse_wav(content):
@@ -95,10 +101,12 @@ class ToolTest(unittest.TestCase):
 
     def each(self, table):
         """The rows of a table, each in a subtest and an empty folder of its own."""
+        own_folder = self.folder
         for row in table:
             with self.subTest(row[0]), tempfile.TemporaryDirectory() as folder:
                 self.folder = Path(folder)
                 yield row
+        self.folder = own_folder
 
     # ---- Samples ----------------------------------------------------------------------------
 
@@ -119,7 +127,7 @@ class ToolTest(unittest.TestCase):
              pcm16(1, 0)),
             ("mono reaches both sides", mono, pcm16(5, -7), "-l stereo", pcm16(5, 5, -7, -7)),
             ("input order", stereo, pcm16(1, 2), "--in-order FR,FL", pcm16(2, 1)),
-            ("output order", stereo, pcm16(1, 2), "--out-order 2,1,0,0,0,0,0,0", pcm16(2, 1)),
+            ("output order", stereo, pcm16(1, 2), "--out-order FR,FL", pcm16(2, 1)),
             ("matrix of the layouts", stereo, pcm16(1, 2), "--matrix swap", pcm16(-2, 1)),
             ("matrix by speaker", mono, pcm16(100), "-l stereo --matrix by_bit", pcm16(50, -100)),
         ]
@@ -134,12 +142,186 @@ class ToolTest(unittest.TestCase):
         self.put("in.wav", wav(tone(3001, 6), 6, mask=0x3F))
         options = "-r 44100 -l stereo -b 24 in.wav"
         self.run_tool(f"{options} whole.wav")
-        for cut in ("--block 1", "--block random:1", "--frame-size 6",
-                    "--block 300000 --frame-size 1000000"):
+        for cut in ("--frame-size 6", "--frame-size 1000000"):
             self.run_tool(f"{options} {cut} cut.wav")
             self.assertEqual(self.get("cut.wav"), self.get("whole.wav"), cut)
 
+    def test_float_files_lose_nothing(self):
+        """Integer, float, integer: the extremes and a spread of values of every depth."""
+        for bits in (8, 16, 24):
+            top = 1 << (bits - 1)
+            values = [*range(-top, top, max(1, top // 5000)), top - 1, -1, 1]
+            data = b"".join((value + (128 if bits == 8 else 0)).to_bytes(
+                bits // 8, "little", signed=bits > 8) for value in values)
+            self.put("in.wav", wav(data, 1, bits=bits))
+            for name in ("float.wav", "float.aiff"):
+                self.run_tool(f"-f float in.wav {name}")
+                self.run_tool(f"-b {bits} {name} back.wav")
+                self.assertEqual(parse_wav(self.get("back.wav"))[-1], data, (bits, name))
+            self.run_tool(f"-b {bits} - back.wav", stdin=self.get("float.wav"))
+            self.assertEqual(parse_wav(self.get("back.wav"))[-1], data, bits)
+        floats = struct.pack("<6f", 1.0, -1.0, 2.5, -7.0, math.nan, 1.5 / 2**31)
+        expected = struct.pack("<6i", 2**31 - 1, -2**31, 2**31 - 1, -2**31, 0, 2)
+        self.put("in.wav", wav(floats, 1, bits=32, code=3))
+        self.run_tool("-f pcm -b 32 in.wav out.wav")
+        self.assertEqual(parse_wav(self.get("out.wav"))[-1], expected)
+
+    def test_dither(self):
+        """1 kHz at -90 dBFS in 16 bits: truncation makes harmonics, dither only noise."""
+        rate = 48000
+        tone24 = (round(2**23 * 10**-4.5 * math.sin(2 * math.pi * n / 48)) for n in range(rate))
+        self.put("in.wav", wav(b"".join(sample.to_bytes(3, "little", signed=True)
+                                        for sample in tone24), 1, rate, 24))
+
+        def harmonics(options):
+            self.run_tool(f"-b 16 {options} in.wav out.wav")
+            samples = struct.unpack(f"<{rate}h", parse_wav(self.get("out.wav"))[-1])
+            # Bins of a transform of a second; the tone has a period of 48 samples.
+            sums = [sum(samples[k::48]) for k in range(48)]
+            bins = [sum(total * cmath.exp(2j * math.pi * harmonic * k / 48)
+                        for k, total in enumerate(sums)) for harmonic in range(1, 8)]
+            levels = [20 * math.log10(2 * abs(value) / rate / 32768 + 1e-12) for value in bins]
+            return samples, levels
+
+        plain, levels = harmonics("")
+        self.assertGreater(max(levels[1:]), -105)
+        dithered, levels = harmonics("--dither")
+        self.assertAlmostEqual(levels[0], -90, delta=0.5)
+        # Noise of 3 / 12 LSB^2 is at -96 dBFS; 24,000 bins share it, and few exceed it by 12 dB.
+        self.assertLess(max(levels[1:]), -96 - 44 + 12)
+        self.assertEqual(harmonics("--dither")[0], dithered)
+        variance = sum((a - b) ** 2 for a, b in zip(plain, dithered)) / rate
+        self.assertTrue(0.3 < variance < 1.0, variance)
+        text = self.run_tool("-b 24 --dither in.wav out.wav").stderr.decode()
+        self.assertIn("no dither is added", text)
+        for options in ("-f aes3 -b 20 -t raw -l stereo", "--split-output -b 8 -r 44100",
+                        "-f lpcm-be -b 16 -t raw"):
+            self.run_tool(f"--dither {options} in.wav out.wav")
+
     # ---- Files ------------------------------------------------------------------------------
+
+    def test_files_cut_off(self):
+        """Refused with the option's name; with the option all whole frames come, with a warning."""
+        content = wav(tone(1000, 2))
+        self.put("in.wav", content)
+        self.run_tool("in.wav in.aiff")
+        self.run_tool("in.wav in.caf")
+        self.run_tool("in.wav in.flac")
+        never = content[:4] + struct.pack("<I", 36) + content[8:40] + bytes(4) + content[44:]
+        table = [
+            ("in.wav", content[:3001], 739, "1043 bytes are missing"),
+            ("in.wav", rf64(4000)[:-500], 875, "500 bytes are missing"),
+            ("in.wav", never, 1000, "says 0 bytes of samples, 4000 follow"),
+            ("in.aiff", self.get("in.aiff")[:-402], 899, "402 bytes are missing"),
+            ("in.caf", self.get("in.caf")[:-400], 898, "400 bytes are missing"),
+            ("in.flac", self.get("in.flac")[:-400], None, "in.flac: "),
+        ]
+        for name, cut, frames, fault in self.each(table):
+            self.put(name, cut)
+            text = self.run_tool(f"{name} out.wav", status=1).stderr.decode()
+            self.assertRegex(text, r"\Azt-audio-convert: [^\n]+; --ignore-length [^\n]+\n\Z")
+            self.assertIn(fault, text)
+            self.assertEqual(self.names(), [name])
+            text = self.run_tool(f"-q --ignore-length {name} out.wav").stderr.decode()
+            self.assertRegex(text, r"\Azt-audio-convert: warning: [^\n]+\n\Z")
+            self.assertIn(fault, text)
+            if frames:
+                data = parse_wav(self.get("out.wav"))[-1]
+                self.assertGreaterEqual(len(data), 4 * frames)
+                self.assertIn(data, content + bytes(4000))
+        for cut, fault in ((content[:-2], "2 bytes are missing"), (content[:-4], "4 bytes are")):
+            text = self.run_tool("- out.wav", status=1, stdin=cut).stderr.decode()
+            self.assertIn(fault, text)
+            text = self.run_tool("--ignore-length - out.wav", stdin=cut).stderr.decode()
+            self.assertIn(fault, text)
+            self.assertEqual(len(parse_wav(self.get("out.wav"))[-1]), 3996)
+        self.put("empty.wav", with_chunk(wav(b""), b"LIST", b"INFOICMT\4\0\0\0none"))
+        self.run_tool("empty.wav out.wav")
+        self.assertEqual(parse_wav(self.get("out.wav"))[-1], b"")
+
+    def test_speakers_beyond_eight(self):
+        """Kept where nothing is mixed; rows: mask, options, mask that comes out."""
+        table = [
+            ("6.1 with a back centre", 0x70F, "-r 44100 -b 24", 0x70F),
+            ("7.1 with sides", 0x63F, "", 0x63F),
+            ("7.1 with sides, renamed", 0x63F, "--in-layout 7.1 -l 5.1", 0x3F),
+            ("5.1 with sides, kept", 0x60F, "-r 96000", 0x60F),
+            ("5.1 with sides, mixed as backs", 0x60F, "-l quad", 0x33),
+        ]
+        for name, mask, options, expected in self.each(table):
+            channels = mask.bit_count()
+            self.put("in.wav", wav(tone(480, channels), channels, mask=mask))
+            self.run_tool(f"{options} in.wav out.wav")
+            self.assertEqual(parse_wav(self.get("out.wav"))[5], expected, name)
+        self.put("in.wav", wav(tone(480, 8), 8, mask=0x63F))
+        self.run_tool("--split-output in.wav out.wav")
+        self.assertIn("out.SL.wav", self.names())
+        self.run_tool("in.wav out.flac")
+        self.run_tool("out.flac back.wav")
+        self.assertEqual(parse_wav(self.get("back.wav")), parse_wav(self.get("in.wav")))
+
+    def test_texts_go_along(self):
+        """INFO texts and a broadcast chunk through every container; the time keeps its place."""
+        texts = {b"INAM": b"A title\0", b"IART": "Söngvari\0".encode(), b"ICRD": b"1999\0",
+                 b"ICMT": b"odd\0"}
+        info = b"INFO" + b"".join(tag + struct.pack("<I", len(text)) + text + bytes(len(text) % 2)
+                                  for tag, text in texts.items())
+        bext = bytearray(b"described".ljust(602, b"\0"))
+        struct.pack_into("<Q", bext, 338, 48000 * 3600)
+        content = with_chunk(wav(tone(100, 2)), b"LIST", info)
+        self.put("in.wav", with_chunk(content, b"bext", bytes(bext)))
+        self.run_tool("-q -r 96000 in.wav out.wav")
+        found = self.get("out.wav")
+        self.assertIn(info, found)
+        struct.pack_into("<Q", bext, 338, 96000 * 3600)
+        self.assertIn(b"bext" + struct.pack("<I", 602) + bytes(bext), found)
+        for name, lost in (("out.flac", "broadcast chunk"), ("out.caf", "broadcast chunk"),
+                           ("out.aiff", "date, broadcast chunk"),
+                           ("out.raw", "title, artist, date, comment, broadcast chunk")):
+            note = self.run_tool(f"in.wav {name}").stderr.decode()
+            self.assertRegex(note, rf"\Azt-audio-convert: note: [^\n]+: {lost}\n\Z")
+            if name != "out.raw":
+                self.run_tool(f"{name} back.wav")
+                for tag, text in texts.items():
+                    self.assertEqual(tag + struct.pack("<I", len(text)) + text in
+                                     self.get("back.wav"), not (tag == b"ICRD" and "date" in lost))
+        self.assertEqual(self.run_tool("--no-metadata in.wav out.wav").stderr, b"")
+        self.assertEqual(self.get("out.wav"), wav(tone(100, 2)))
+        self.put("in.wav", wav(tone(100, 2)) + b"LIST\1\0\0\0INFO")  # too short for its own name
+        self.run_tool("in.wav out.wav")
+        self.assertEqual(self.get("out.wav"), wav(tone(100, 2)))
+
+    def test_flac(self):
+        for bits, channels in ((16, 2), (24, 6)):
+            data = tone(3000, channels * bits // 16)[:3000 * channels * bits // 8]
+            self.put("in.wav", wav(data, channels, bits=bits))
+            self.run_tool("in.wav out.flac")
+            self.assertEqual(self.get("out.flac")[:4], b"fLaC")
+            self.run_tool("out.flac back.wav")
+            self.assertEqual(parse_wav(self.get("back.wav"))[-1], data)
+        self.put("in.wav", wav(tone(100, 2, 44100), rate=44100))
+        for rate, hertz in (("48k", 48000), ("44.1k", 44100), ("11.025k", 11025)):
+            self.run_tool(f"-r {rate} in.wav out.wav")
+            self.assertEqual(parse_wav(self.get("out.wav"))[3], hertz)
+        self.run_tool("-f float in.wav float.wav")
+        self.run_tool("float.wav out.flac")
+        self.assertIn(b"Signed 24 bit", self.run_tool("--info out.flac").stdout)
+
+    def test_many_files_in_parallel(self):
+        """A hundred files, one of them broken: 99 results, one message, one failure."""
+        for number in range(100):
+            self.put(f"{number}.wav", wav(tone(500, 2)) if number != 42 else b"broken")
+        (self.folder / "out").mkdir()
+        done = subprocess.run(
+            ["parallel", "-j2", TOOL, "-q", "-r", "44.1k", "{}", "out/{}", ":::",
+             *(name for name in self.names() if name != "out")], cwd=self.folder,
+            capture_output=True, timeout=120, check=False)
+        self.assertEqual(done.returncode, 1, done.stderr)
+        self.assertRegex(done.stderr.decode(), r"\Azt-audio-convert: 42\.wav: [^\n]+\n\Z")
+        results = sorted((self.folder / "out").iterdir())
+        self.assertEqual(len(results), 99)
+        self.assertEqual({len(path.read_bytes()) for path in results}, {44 + 4 * 459})
+
 
     def test_wav_headers(self):
         """What the output header says; rows: input channels and mask, options, expectation."""
@@ -148,7 +330,6 @@ class ToolTest(unittest.TestCase):
             ("rate and depth", 2, None, "-r 96000 -b 32", (1, 2, 96000, 32, 3)),
             ("float", 2, None, "-f float", (3, 2, 48000, 32, None)),
             ("lone left", 1, 0x1, "", (1, 1, 48000, 16, 0x1)),
-            ("sides mixed as backs", 6, 0x60F, "-l quad", (1, 4, 48000, 16, 0x33)),
             ("four unnamed channels", 4, None, "", (1, 4, 48000, 16, 0x33)),
             ("layout override", 4, None, "--in-layout FL,FR,FC,LFE", (1, 4, 48000, 16, 0x0F)),
             ("order that a mask cannot tell", 2, None, "--out-order FR,FL",
@@ -207,8 +388,8 @@ class ToolTest(unittest.TestCase):
             os.truncate(self.folder / name, size + (80 if name == "long.wav" else 0))
         for source in ("long.wav", "--raw pcm,16,2,48000 long.raw"):
             text = self.run_tool(f"-n {source} -r 96000 out.wav").stdout.decode()
-            self.assertIn("RF64, 2500000000 frames", text)
-            self.assertIn("10000000000 bytes", text)
+            self.assertIn("(RF64)", text)
+            self.assertIn("2500000000 frames", text)
             self.run_tool(f"{source} out.aiff", status=1)
         self.assertEqual(self.names(), ["long.raw", "long.wav"])
 
@@ -220,9 +401,11 @@ class ToolTest(unittest.TestCase):
         self.put("r.wav", wav(right, 1))
         padded = right + bytes(1000)
         both = b"".join(left[k:k + 2] + padded[k:k + 2] for k in range(0, 4000, 2))
-        for options in ("", "--block 7", "--block random:5"):
-            self.run_tool(f"{options} --split-input FL=l.wav --split-input FR=r.wav both.wav")
-            self.assertEqual(parse_wav(self.get("both.wav"))[2:], (2, 48000, 16, None, both))
+        self.run_tool("--split-input FL=l.wav --split-input FR=r.wav both.wav")
+        self.assertEqual(parse_wav(self.get("both.wav"))[2:], (2, 48000, 16, None, both))
+        self.run_tool("-b 24 r.wav r24.wav")
+        self.run_tool("-b 16 --split-input FL=l.wav --split-input FR=r24.wav other.wav")
+        self.assertEqual(self.get("other.wav"), self.get("both.wav"))
         self.run_tool("--split-output both.wav parts.wav")
         self.assertEqual(parse_wav(self.get("parts.FL.wav"))[6], left)
         self.assertEqual(parse_wav(self.get("parts.FR.wav"))[6], padded)
@@ -264,7 +447,9 @@ class ToolTest(unittest.TestCase):
         with open(self.folder / "out.wav", "wb") as file:
             subprocess.run([TOOL, "--raw", "pcm,16,2,48000", "-", "-"], input=tone(999, 2),
                            stdout=file, check=True)
-        self.assertEqual(self.get("out.wav"), wav(tone(999, 2)))
+        self.assertEqual(parse_wav(self.get("out.wav"))[-1], tone(999, 2))
+        self.assertEqual(struct.unpack_from("<I", self.get("out.wav"), 4)[0],
+                         len(self.get("out.wav")) - 8)
         piped = self.run_tool("--raw pcm,8,1,48000 -t wav - -", stdin=b"abc").stdout
         self.assertEqual(piped[-8:], b"\xff\xff\xff\xffabc\0")
         self.put("in.raw", b"abc")
@@ -276,30 +461,27 @@ class ToolTest(unittest.TestCase):
     def test_wrong_options(self):
         """Status 2, a line with the fault, the usage, and nothing written."""
         table = [
-            "", "in.wav", "in.wav out.wav more.wav", "--bits 12 in.wav out.wav",
+            "", "in.wav", "in.wav out.wav more.wav", "--bits 33 in.wav out.wav",
             "--rate 0 in.wav out.wav", "--rate fast in.wav out.wav",
             "--rate 4294967296 in.wav out.wav", "--nonsense in.wav out.wav",
             "--layout 9.1 in.wav out.wav", "--layout FL,FL in.wav out.wav",
             "--in-order FL,XX in.wav out.wav",
-            "--out-order 1,2 in.wav out.wav", "--type mp3 in.wav out.wav", "in.wav out.mp3",
+            "--type mp3 in.wav out.wav", "in.wav out.mp3",
             "--format aes3 in.wav out.wav", "--format u8 in.wav out.raw",
             "--raw pcm,16,two,48000 in.wav out.wav",
-            "--raw pcm,300,2,48000 in.wav out.wav", "--block 0 in.wav out.wav",
-            "--frame-size 0 in.wav out.wav",
-            "--frame-size 3 in.wav out.wav", "--split-output in.wav -",
+            "--raw pcm,300,2,48000 in.wav out.wav", "--frame-size 0 in.wav out.wav",
+            "--split-output in.wav -",
             "--split-output -f aes3 in.wav out.raw", "--split-input FL in.wav",
-            "--split-input FL=in.wav --split-input FL=in.wav out.wav",
             "--split-input FL=in.wav in.wav out.wav", "in.wav out.wav --matrix bad",
             "in.wav out.wav --matrix /dev/zero", "in.wav out.wav --matrix small", "--show-matrix",
-            "--show-filter",
-            "--bits 16.5 in.wav out.wav", "--bits= 16 in.wav out.wav", "--bits 0x10 in.wav out.wav",
-            "--bits 20 in.wav out.wav", "--bits 8 -f aes3 in.wav out.raw",
-            "--rate= 44100 in.wav out.wav", "--rate 48k in.wav out.wav",
+            "--bits 16.5 in.wav out.wav", "--bits 0x10 in.wav out.wav",
+            "--bits 32 in.wav out.flac", "-f float in.wav out.flac",
+            "--rate 48kk in.wav out.wav", "--rate 44.10001k in.wav out.wav",
+            "--rate k in.wav out.wav", "--in-rate -1 in.wav out.wav",
+            "--dither -f float in.wav out.wav", "--dither --bits 32 in.wav out.wav",
             "--stats=3 in.wav out.wav", "--quiet=maybe in.wav out.wav",
             "--raw pcm,16,9,44100 in.wav out.wav", "--raw pcm,16,2,0 in.wav out.wav",
-            "--raw aes3,16,1,48000 in.wav out.wav", "--in-layout 5.1 --raw pcm,16,2,1 in.wav o.wav",
-            "--format aes3 -l mono in.wav out.raw", "--in-order FL,FC --in-layout 2.0 in.wav o.wav",
-            "--out-order 1,1,0,0,0,0,0,0 in.wav out.wav", "--split-input FL= --raw pcm,8,2,1 o.wav",
+            "--out-order FL,FL in.wav out.wav", "--split-input FL= --raw pcm,8,2,1 o.wav",
         ]
         for (arguments,) in self.each([(row,) for row in table]):
             self.put("in.wav", wav(tone(10, 2)))
@@ -309,7 +491,7 @@ class ToolTest(unittest.TestCase):
             text = done.stderr.decode()
             self.assertRegex(text, r"^zt-audio-convert: [^\n]+\nUsage: zt-audio-convert ")
             option = re.match("--[a-z-]+", arguments)
-            self.assertIn(option[0] if option else "", text.splitlines()[0])
+            self.assertIn(option[0].strip("-") if option else "", text.splitlines()[0])
             self.assertNotRegex(text, "what\\(\\)|terminate|std::")
             self.assertEqual((done.stdout, self.names()), (b"", ["bad", "in.wav", "small"]))
 
@@ -318,14 +500,21 @@ class ToolTest(unittest.TestCase):
         files = {
             "in.wav": wav(tone(1000, 2)), "odd.raw": bytes(1001), "text": b"no sound\n",
             "mono.wav": wav(tone(10, 1), 1), "slow.wav": wav(tone(10, 1), 1, 8000),
-            "cut.wav": wav(tone(1000, 2))[:3000], "cut64.wav": rf64(4000)[:-500],
-            "torn.aes3": bytes.fromhex("00050000 800080"),
+            "sides.wav": wav(tone(10, 8), 8, mask=0x63F), "torn.aes3": bytes.fromhex(
+                "00050000 800080"),
+            "text.wav": with_chunk(wav(tone(10, 2)), b"LIST", b"INFO" + bytes(70_000)),
         }
         table = [
             ("--in-layout 5.1 in.wav out.wav", "V15:Invalid channel mask (63) for (2) input"),
             ("--in-order FL,FR mono.wav out.wav", "order does not fit"),
-            ("-r 4294967291 in.wav out.raw", "limit of 1 GiB"),
-            ("-r 3000000000 --in-rate 1000000000 in.wav out.wav", "no sound file holds a rate"),
+            ("--bits 8 -f aes3 in.wav out.raw", "bits"),
+            ("--bits 20 in.wav out.wav", "bits"),
+            ("--frame-size 3 in.wav out.wav", "--frame-size that holds a frame"),
+            ("--split-input FL=mono.wav --split-input FL=mono.wav out.wav", "channel mask"),
+            ("--raw aes3,16,1,48000 in.wav out.wav", "channel"),
+            ("-r 4294967291 in.wav out.raw", "too little in common"),
+            ("-r 3000000000 --in-rate 1000000000 in.wav out.aiff", "AIFF holds no such rate"),
+            ("-r 1000k in.wav out.flac", "FLAC holds no such rate"),
             ("missing.wav out.wav", "missing.wav: cannot open: No such file"),
             ("text out.wav", "text: "),
             (". out.wav", "is a directory"),
@@ -335,13 +524,15 @@ class ToolTest(unittest.TestCase):
             ("in.wav -t aiff -", "AIFF cannot be written to a stream"),
             ("--split-output in.wav /dev/full", "/dev/full: is no regular file"),
             ("--matrix missing in.wav out.wav", "missing: cannot read the matrix"),
-            ("cut.wav out.wav", "ends before its header says"),
-            ("cut64.wav out.wav", "ends before its header says"),
+            ("--raw aes3,16,2,48000 in.wav out.wav", "no AES3"),
+            ("text.wav out.wav", "its texts have 70004 bytes"),
+            ("sides.wav -l stereo out.wav", "(FL FR FC LFE BL BR SL SR)"),
+            ("sides.wav --out-order FL,FR,FC,LFE,BL,BR,FLC,FRC out.wav", "--in-layout says"),
             ("--raw pcm,16,2,48000 odd.raw out.wav", "in the middle of a frame (1 of 4 bytes)"),
-            ("--raw aes3,16,2,48000 torn.aes3 out.wav", "in the middle of a frame"),
-            ("--raw aes3,24,2,48000 torn.aes3 out.wav", "no AES3 block of the given depth"),
+            ("--raw aes3,16,2,48000 torn.aes3 out.wav", "in the middle of a block"),
+            ("--raw aes3,24,2,48000 torn.aes3 out.wav", "no AES3 of the given depth"),
             ("--split-input FL=in.wav out.wav", "has 2 channels"),
-            ("--split-input FL=mono.wav --split-input FR=slow.wav out.wav", "8000 Hz, but"),
+            ("--split-input FL=mono.wav --split-input FR=slow.wav out.wav", "at 8000 Hz"),
         ]
         for arguments, fault in self.each(table):
             for name, content in files.items():
@@ -353,10 +544,6 @@ class ToolTest(unittest.TestCase):
 
     def test_torn_pipes(self):
         content = wav(tone(100_000, 2))
-        text = self.run_tool("- out.wav", status=1, stdin=content[:-2]).stderr.decode()
-        self.assertIn("in the middle of a frame", text)
-        text = self.run_tool("- out.wav", status=1, stdin=content[:-4]).stderr.decode()
-        self.assertIn("4 bytes before its header says", text)
         self.put("in.wav", content)
         with subprocess.Popen([TOOL, "in.wav", "-"], cwd=self.folder, stdout=subprocess.PIPE,
                               stderr=subprocess.PIPE) as process:
@@ -376,24 +563,41 @@ class ToolTest(unittest.TestCase):
         self.assertEqual(self.names(), ["in.wav"])
 
     def test_signals_leave_nothing(self):
-        for number in (signal.SIGINT, signal.SIGTERM):
+        """With nameless files, and with named ones where a system has no others."""
+        for number, nameless in ((signal.SIGKILL, True), (signal.SIGINT, True),
+                                 (signal.SIGINT, False), (signal.SIGTERM, False)):
             with subprocess.Popen([TOOL, "--raw", "pcm,16,2,48000", "-", "out.wav"],
-                                  cwd=self.folder, stdin=subprocess.PIPE) as process:
+                                  cwd=self.folder, stdin=subprocess.PIPE,
+                                  env=os.environ | self.without_nameless(not nameless)) as process:
                 process.stdin.write(bytes(1_000_000))
                 process.stdin.flush()
                 deadline = time.monotonic() + 20
-                while not self.names() and time.monotonic() < deadline:
+                while not nameless and not self.names() and time.monotonic() < deadline:
                     time.sleep(0.01)
-                self.assertEqual(len(self.names()), 1, "no temporary file appeared")
+                self.assertEqual(len(self.names()), 0 if nameless else 1)
                 process.send_signal(number)
             self.assertEqual((process.returncode, self.names()), (-number, []))
+
+    def without_nameless(self, wanted):
+        """The environment in which open() refuses nameless files, as some systems do."""
+        if not wanted:
+            return {}
+        library = self.enterContext(tempfile.TemporaryDirectory()) + "/no_tmpfile.so"
+        source = ("#define _GNU_SOURCE\n#include <dlfcn.h>\n#include <errno.h>\n"
+                  "int open(const char *p, int f, int m) {\n"
+                  "if (f & 020000000) { errno = EOPNOTSUPP; return -1; }\n"  # the bit of O_TMPFILE
+                  "return ((int (*)(const char *, int, int))dlsym(RTLD_NEXT, \"open\"))"
+                  "(p, f, m); }\n")
+        subprocess.run(["cc", "-w", "-shared", "-fPIC", "-xc", "-", "-o", library],
+                       input=source.encode(), check=True)
+        return {"LD_PRELOAD": library, "ASAN_OPTIONS": "verify_asan_link_order=0"}
 
     # ---- Reports ----------------------------------------------------------------------------
 
     def test_matrix_and_info(self):
         self.put("in.wav", wav(tone(480, 6), 6, mask=0x60F))
         text = self.run_tool("--info in.wav -l stereo").stdout.decode()
-        for line in ("480 frames, 0:00.010", "48000 Hz, 6 channels: 5.1 (FL FR FC LFE BL BR)",
+        for line in ("480 frames, 0.010 s", "48000 Hz, 6 channels: 5.1 (FL FR FC LFE BL BR)",
                      "2 channels: stereo (FL FR)", "side speakers are taken as BL and BR",
                      "    FL    0.261204    0.000000", "   LFE    0.184699    0.184699",
                      "    BR   -0.184699    0.184699"):
@@ -404,48 +608,34 @@ class ToolTest(unittest.TestCase):
             self.assertIn(line, text)
         self.assertEqual(self.names(), ["gains", "in.wav"])
 
-    def test_filter_response(self):
-        for rates, per_sample in (((44100, 48000), 160), ((48000, 44100), 147), ((8000, 8000), 1)):
-            text = self.run_tool(f"--show-filter --in-rate {rates[0]} -r {rates[1]}").stdout
-            rows = [line.split(",") for line in text.decode().splitlines()[1:]]
-            gains = [float(row[3]) for row in rows]
-            self.assertEqual(len(gains), 40 * per_sample + 1)
-            self.assertEqual((float(rows[0][1]), float(rows[20 * per_sample][2])), (-20.0, 0.0))
-            self.assertAlmostEqual(sum(gains) / per_sample, 1.0, delta=0.01)
-            self.assertAlmostEqual(max(gains), min(1.0, rates[1] / rates[0]), delta=1e-3)
-
     def test_levels_and_stats(self):
         frames = 48000
         self.put("in.wav", wav(pcm16(*(value for n in range(frames) for value in (
             round(16384 * math.sin(2 * math.pi * n / 48)), 0)))))
-        text = self.run_tool("--levels --stats -r 24000 in.wav a.wav").stdout.decode()
+        text = self.run_tool("--stats -r 24000 in.wav a.wav").stdout.decode()
         for pattern in (r"input  FL   peak   -6\.02 dBFS  RMS   -9\.03 dBFS",
-                        r"output FL   peak   -6\.0\d dBFS  RMS   -9\.0\d dBFS",
-                        r"output FR   peak    -inf", r"frames in: +48000\n",
-                        r"frames out: +24000 \(predicted: 24000\)", r"full-scale: +FL 0 FR 0",
-                        r"allocations: +[1-9]\d*, 0 not released", r"peak memory: +[1-9]\d+ bytes",
-                        r"times real time"):
+                        r"output FL   peak   -6\.0\d dBFS  RMS   -9\.0\d dBFS  full-scale 0\n",
+                        r"output FR   peak    -inf", r"frames +48000 in, 24000 out\n"):
             self.assertRegex(text, pattern)
         self.assertNotIn("warning", text)
         self.put("loud", b"2 0\n0 1\n")
         text = self.run_tool("--stats --matrix loud in.wav a.wav").stdout.decode()
-        self.assertIn("full-scale:       FL 2000 FR 0", text)  # both peaks of 1000 periods
+        self.assertRegex(text, "output FL .* full-scale 2000\n")  # both peaks of 1000 periods
         self.assertIn("warning: 2000 output samples", text)
         extremes = pcm16(32767, -32768, 32766, -32767)
         text = self.run_tool("--stats --raw pcm,16,2,48000 - a.wav", stdin=extremes).stdout.decode()
-        self.assertIn("full-scale:       FL 1 FR 1", text)
+        self.assertRegex(text, "output FL .* full-scale 1\noutput FR .* full-scale 1\n")
         for form in ("pcm -b 8", "float", "lpcm-be -b 20", "lpcm-paired -b 20", "aes3 -b 20"):
-            text = self.run_tool(f"--levels -f {form} -t raw in.wav a.raw").stdout.decode()
+            text = self.run_tool(f"--stats -f {form} -t raw in.wav a.raw").stdout.decode()
             self.assertRegex(text, r"output FL   peak   -6\.0\d dBFS  RMS   -9\.0\d", form)
-        piped = self.run_tool("--levels in.wav -")
+        piped = self.run_tool("--stats in.wav -")
         self.assertEqual(piped.stdout, self.get("in.wav"))
         self.assertIn(b"peak", piped.stderr)
 
     def test_dry_run(self):
         self.put("in.wav", wav(tone(4411, 2, 44100), rate=44100))
         text = self.run_tool("-n -r 48000 -b 24 in.wav out.wav").stdout.decode()
-        self.assertEqual(text, "would write out.wav: WAV, 4801 frames, 0:00.100, "
-                               "28806 bytes of samples\n")
+        self.assertRegex(text, r"Output:   out.wav \(WAV\)\n +24-bit PCM, 4801 frames, 0.100 s\n")
         self.run_tool("-n --in-layout 5.1 in.wav out.wav", status=1)
         self.run_tool("-n in.wav missing/out.wav", status=1)
         self.assertEqual(self.names(), ["in.wav"])
@@ -461,49 +651,23 @@ class ToolTest(unittest.TestCase):
         done = subprocess.run(["bash", "-c", script], capture_output=True, check=True)
         self.assertEqual(done.stdout, b"--split-input --split-output\n")
 
-    # ---- Progress ---------------------------------------------------------------------------
-
-    def terminal_output(self, columns, arguments):
-        """What a terminal of so many columns shows on standard error."""
-        master, slave = pty.openpty()
-        fcntl.ioctl(slave, termios.TIOCSWINSZ, struct.pack("HHHH", 24, columns, 0, 0))
-        with subprocess.Popen([TOOL, *arguments.split()], cwd=self.folder, stderr=slave,
-                              stdin=subprocess.PIPE) as process:
-            os.close(slave)
-            process.stdin.write(bytes(400_000) if " - " in arguments else b"")
-            process.stdin.close()
-            shown = b""
-            while True:
-                try:
-                    block = os.read(master, 4096)
-                except OSError:  # the other side has closed
-                    break
-                if not block:
-                    break
-                shown += block
-        os.close(master)
-        self.assertEqual(process.returncode, 0, shown)
-        return shown.decode()
-
-    def test_progress(self):
+    def test_progress_on_a_terminal(self):
         self.put("in.raw", b"")
         os.truncate(self.folder / "in.raw", 60_000_000)
-        raw = "--raw pcm,16,2,48000 -r 44100 -t raw"
-        known = r" *\d+%( \[[#.]+\])?  [\d.]+x(  \d+:\d\d left)?"
-        unknown = r"\d+:\d\d converted  [\d.]+x"
-        table = [(80, "in.raw", known), (40, "in.raw", known), (20, "in.raw", known),
-                 (80, "-", unknown), (40, "-", unknown)]
-        for columns, source, pattern in table:
-            shown = self.terminal_output(columns, f"{raw} {source} /dev/null")
-            *lines, last = shown.split("\r")[1:]
-            self.assertEqual(last, "\x1b[K", "the line is not taken away")
-            self.assertGreater(len(lines), 0)
-            for line in lines:
-                self.assertRegex(line, rf"\A{pattern}\x1b\[K\Z")
-                self.assertLess(len(line) - len("\x1b[K"), columns)
-        self.assertIn("#", self.terminal_output(40, f"{raw} --block 64 in.raw /dev/null"))
-        self.assertEqual(self.terminal_output(80, f"-q {raw} in.raw /dev/null"), "")
-        self.assertEqual(self.run_tool(f"{raw} in.raw /dev/null").stderr, b"")
+        raw = "--raw pcm,16,2,48000 -r 44100 -t raw in.raw /dev/null"
+        for options, pattern in (("", rb"\r[^\n]+converted[^\n]+\r\x1b\[K"), ("-q", b"")):
+            master, slave = pty.openpty()
+            with subprocess.Popen([TOOL, *options.split(), *raw.split()], cwd=self.folder,
+                                  stderr=slave) as process:
+                os.close(slave)
+                shown = b""
+                with contextlib.suppress(OSError):  # the other side closes
+                    while block := os.read(master, 4096):
+                        shown += block
+            os.close(master)
+            self.assertEqual(process.returncode, 0, shown)
+            self.assertRegex(shown, rb"\A" + pattern + rb"\Z")
+        self.assertEqual(self.run_tool(raw).stderr, b"")
 
 
 if __name__ == "__main__":

@@ -3,7 +3,9 @@
 #pragma once
 
 #include "byte_reader.h"
-#include "file_layout.h"
+#include "layouts.h"
+#include "library_host.h"
+#include "metadata.h"
 
 #include <cstdint>
 #include <memory>
@@ -11,34 +13,33 @@
 #include <span>
 #include <string>
 
-// What raw bytes are; also what any source hands out.
-struct byte_format {
-    uint8_t format = AUDIO_FORMAT_PCM;
-    uint8_t bits = 16;
-    uint8_t channels = 1;
-    uint32_t rate = 0;
-};
-
 struct source_description {
     std::string name;
-    std::string kind;   // "WAV, 16-bit PCM"
-    byte_format bytes;  // of what read() gives
-    uint8_t depth = 16; // bits of a sample in the file; bytes.bits may be more
+    std::string kind;      // "WAV, 16-bit PCM"
+    byte_format bytes;     // of what read() gives
+    uint8_t depth = 16;    // bits of a sample in the file; bytes.bits may be more
+    bool is_float = false; // the file's samples are; those of bytes may be integers
     bool raw = false;
-    std::optional<uint64_t> frame_count; // unknown for pipes
+    std::optional<uint64_t> frame_count; // unknown for pipes and for AES3
     file_layout layout;
+    file_metadata metadata;
+};
+
+// How sources are opened.
+struct source_options {
+    std::optional<byte_format> raw; // the file is raw bytes of this format
+    bool ignore_length = false;     // convert what is there, whatever the header says
+    bool read_texts = true;
+    bool widened = false; // 32-bit PCM whatever the file has, so that several files are alike
 };
 
 class audio_source {
 public:
     virtual ~audio_source() = default;
 
-    // The next whole frames, as many as fit; 0 at the end. Throws conversion_error when the
-    // file cannot be read or ends too early.
+    // The next whole frames, as many as fit; 0 at the end. `bytes` is aligned for any sample.
+    // Throws conversion_error when the file cannot be read or ends too early.
     virtual size_t read(std::span<uint8_t> bytes) = 0;
-
-    // Whole frames that read() has given so far.
-    virtual uint64_t framesRead() const = 0;
 
     source_description description;
 };
@@ -46,20 +47,30 @@ public:
 // "PCM", "FLOAT", "LPCM paired", "LPCM BE", "AES3".
 const char *formatName(uint8_t format);
 
-// Bytes that a stream of this format may be cut into: a frame, two frames of the LPCM
-// formats, 1 for AES3. 0 when the format has no such depth.
-size_t groupBytes(const byte_format &bytes);
+// Frames that the format keeps together, and their bytes. Headers of AES3 are not counted.
+uint64_t groupFrames(uint8_t format);
+uint64_t groupBytes(const byte_format &bytes);
+uint64_t wholeFrames(const byte_format &bytes, uint64_t byte_count);
 
-// Whole frames in so many bytes, which begin with a header if they are AES3.
-uint64_t frameCount(const byte_format &bytes, uint64_t byte_count);
-
-// Opens a path or "-" (standard input): as raw bytes when `raw` is given, else as a sound file.
-std::unique_ptr<audio_source> openSource(const std::string &path,
-                                         const std::optional<byte_format> &raw);
+// Opens a path or "-" (standard input).
+std::unique_ptr<audio_source> openSource(const std::string &path, const source_options &options);
 
 // The kinds behind openSource.
 std::unique_ptr<audio_source> makeRawSource(std::unique_ptr<byte_reader> reader,
-                                            const byte_format &raw);
-std::unique_ptr<audio_source> makeSoundFileSource(std::unique_ptr<byte_reader> reader);
-// Null when the stream is no WAV of linear PCM or float; nothing is taken from it then.
-std::unique_ptr<audio_source> makeWavStreamSource(std::unique_ptr<byte_reader> &reader);
+                                            const source_options &options);
+std::unique_ptr<audio_source> makeAes3Source(std::unique_ptr<byte_reader> reader,
+                                             source_description what, bool ignore_length);
+std::unique_ptr<audio_source> makeSoundFileSource(std::unique_ptr<byte_reader> reader,
+                                                  const source_options &options);
+// Null when the file is no WAV of linear PCM or 32-bit float; nothing is taken from it then.
+std::unique_ptr<audio_source> makeWavSource(std::unique_ptr<byte_reader> &reader,
+                                            const source_options &options);
+
+// For a file whose length is not what its header says: throws conversion_error, or warns when
+// lengths are ignored.
+void reportLength(const std::string &name, const std::string &fault, bool ignore_length);
+std::string missingText(uint64_t byte_count);
+
+// A float sample, 1.0 for full scale, as the nearest integer of 32 bits: saturates, and takes
+// not-a-number for 0.
+int32_t integerSample(double value);

@@ -3,6 +3,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -19,17 +21,17 @@ public:
     // conversion_error when the system cannot read.
     size_t read(std::span<uint8_t> bytes);
 
-    // The first bytes not yet read, fewer only at the end of the file; a later read gives
-    // them again. The span is valid until the next call.
-    std::span<const uint8_t> peek(size_t byte_count);
+    // Bytes at an offset from the current position, which stays: fewer at the end of the file.
+    // Of a pipe only the first 64 KiB can be seen.
+    std::vector<uint8_t> lookAt(uint64_t offset, size_t byte_count);
 
-    // Bytes from the current position to the end, for regular files.
-    uint64_t remainingBytes() const;
-    // Bytes at an offset from the current position of a regular file, which stays.
-    size_t readAhead(uint64_t offset, std::span<uint8_t> bytes) const;
-    bool isRegular() const;
+    // Moves the current position over bytes that lookAt() has shown.
+    void skip(uint64_t byte_count);
 
-    // Gives the descriptor away; nothing may have been read or peeked.
+    // Bytes from the current position to the end; nothing for a pipe.
+    std::optional<uint64_t> remainingBytes() const;
+
+    // Gives the descriptor away; nothing may have been read from a pipe.
     int release();
 
     const std::string &name() const {
@@ -41,8 +43,12 @@ private:
 
     int descriptor;
     std::string file_name;
-    std::vector<uint8_t> ahead;
+    bool regular = false;
+    std::vector<uint8_t> ahead; // of a pipe: seen but not read
 };
 
 // Opens a file, or standard input for "-". Throws conversion_error.
-int openForReading(const std::string &path);
+std::unique_ptr<byte_reader> openReader(const std::string &path);
+
+// Copies the rest of a pipe to a file without a name, for kinds of sound file that need to seek.
+std::unique_ptr<byte_reader> spoolPipe(byte_reader &pipe);

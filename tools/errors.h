@@ -1,6 +1,9 @@
 // The two ways in which a run ends badly; main turns them into exit statuses.
 #pragma once
 
+#include <cerrno>
+#include <cstring>
+#include <iostream>
 #include <stdexcept>
 #include <string>
 
@@ -19,4 +22,12 @@ struct usage_error : std::runtime_error {
 };
 
 // "NAME: what" with the text of errno.
-conversion_error systemError(const std::string &name, const std::string &what);
+inline conversion_error systemError(const std::string &name, const std::string &what) {
+    const int code = errno;
+    return conversion_error(name + ": " + what + ": " + std::strerror(code));
+}
+
+// A line on standard error for something that did not stop the run.
+inline void warn(const std::string &text) {
+    std::cerr << PROGRAM_NAME << ": warning: " << text << "\n";
+}

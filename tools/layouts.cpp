@@ -4,15 +4,39 @@
 
 #include <algorithm>
 #include <bit>
-#include <cctype>
-#include <charconv>
+#include <sndfile.h>
+#include <sstream>
 
 namespace {
 
-constexpr uint32_t SPEAKER_BITS = 0xFF;
+enum file_position : unsigned { BACK_LEFT = 4, SIDE_LEFT = 9, SIDE_RIGHT = 10 };
 
-constexpr std::array<const char *, AUDIO_MAX_CHANNELS> SPEAKER_NAMES{"FL", "FR", "FC",  "LFE",
-                                                                     "BL", "BR", "FLC", "FRC"};
+struct named_position {
+    const char *name;
+    int map_code;       // of libsndfile
+    int other_code = 0; // with the same meaning
+};
+
+constexpr named_position POSITIONS[POSITION_COUNT] = {
+    {"FL", SF_CHANNEL_MAP_LEFT, SF_CHANNEL_MAP_FRONT_LEFT},
+    {"FR", SF_CHANNEL_MAP_RIGHT, SF_CHANNEL_MAP_FRONT_RIGHT},
+    {"FC", SF_CHANNEL_MAP_CENTER, SF_CHANNEL_MAP_FRONT_CENTER},
+    {"LFE", SF_CHANNEL_MAP_LFE},
+    {"BL", SF_CHANNEL_MAP_REAR_LEFT},
+    {"BR", SF_CHANNEL_MAP_REAR_RIGHT},
+    {"FLC", SF_CHANNEL_MAP_FRONT_LEFT_OF_CENTER},
+    {"FRC", SF_CHANNEL_MAP_FRONT_RIGHT_OF_CENTER},
+    {"BC", SF_CHANNEL_MAP_REAR_CENTER},
+    {"SL", SF_CHANNEL_MAP_SIDE_LEFT},
+    {"SR", SF_CHANNEL_MAP_SIDE_RIGHT},
+    {"TC", SF_CHANNEL_MAP_TOP_CENTER},
+    {"TFL", SF_CHANNEL_MAP_TOP_FRONT_LEFT},
+    {"TFC", SF_CHANNEL_MAP_TOP_FRONT_CENTER},
+    {"TFR", SF_CHANNEL_MAP_TOP_FRONT_RIGHT},
+    {"TBL", SF_CHANNEL_MAP_TOP_REAR_LEFT},
+    {"TBC", SF_CHANNEL_MAP_TOP_REAR_CENTER},
+    {"TBR", SF_CHANNEL_MAP_TOP_REAR_RIGHT},
+};
 
 struct named_layout {
     const char *name;
@@ -25,67 +49,46 @@ constexpr named_layout NAMED_LAYOUTS[] = {
     {"quad", 0x33}, {"4.1", 0x3B},    {"5.0", 0x37}, {"5.1", 0x3F}, {"7.0", 0xF7}, {"7.1", 0xFF},
 };
 
-uint32_t parseMask(const std::string &text) {
-    uint32_t mask = 0;
-    const char *end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data() + 2, end, mask, 16);
-    if (error != std::errc() || stop != end || mask == 0 || mask > SPEAKER_BITS) {
-        throw usage_error("'" + text + "': a mask is 0x1 to 0xFF, one bit per speaker");
+slot_positions positionsOfMask(uint32_t mask) {
+    slot_positions positions;
+    for (unsigned position = 0; position < 32; ++position) {
+        if (mask >> position & 1) {
+            positions.push_back(position);
+        }
     }
-    return mask;
+    return positions;
 }
 
-order_map parseOrderNumbers(const std::vector<std::string> &parts, const std::string &text) {
-    order_map order{};
-    if (parts.size() != order.size()) {
-        throw usage_error("'" + text + "': an order map has eight numbers");
+std::string joinedNames(const slot_positions &positions) {
+    std::string names;
+    for (const unsigned position : positions) {
+        names.append(names.empty() ? "" : " ").append(positionName(position));
     }
-    for (size_t k = 0; k < order.size(); ++k) {
-        const char *end = parts[k].data() + parts[k].size();
-        const auto [stop, error] = std::from_chars(parts[k].data(), end, order[k]);
-        if (error != std::errc() || stop != end) {
-            throw usage_error("'" + text + "': '" + parts[k] + "' is not a place");
-        }
-    }
-    order_map places = order;
-    std::ranges::sort(places);
-    const auto first = std::ranges::find_if(places, [](uint8_t place) { return place != 0; });
-    for (auto place = first; place != places.end(); ++place) {
-        if (*place != place - first + 1) {
-            throw usage_error("'" + text + "': places count from 1, each given once");
-        }
-    }
-    if (first == places.end()) {
-        throw usage_error("'" + text + "' gives no place");
-    }
-    return order;
+    return names;
 }
 
 } // namespace
 
 std::vector<std::string> splitAtCommas(const std::string &text) {
-    std::vector<std::string> parts(1);
-    for (const char letter : text) {
-        if (letter == ',') {
-            parts.emplace_back();
-        } else {
-            parts.back() += letter;
-        }
+    std::vector<std::string> parts;
+    std::istringstream rest(text + ",");
+    for (std::string part; std::getline(rest, part, ',');) {
+        parts.push_back(part);
     }
     return parts;
 }
 
-const char *speakerName(unsigned speaker) {
-    return SPEAKER_NAMES.at(speaker);
+std::string positionName(unsigned position) {
+    return position < POSITION_COUNT ? POSITIONS[position].name : "?";
 }
 
 unsigned parseSpeaker(const std::string &text) {
-    std::string upper;
-    for (const char letter : text) {
-        upper += static_cast<char>(std::toupper(static_cast<unsigned char>(letter)));
-    }
-    for (unsigned speaker = 0; speaker < SPEAKER_NAMES.size(); ++speaker) {
-        if (upper == SPEAKER_NAMES[speaker]) {
+    std::string upper = text;
+    std::ranges::transform(upper, upper.begin(), [](unsigned char letter) {
+        return static_cast<char>(std::toupper(letter));
+    });
+    for (unsigned speaker = 0; speaker < AUDIO_MAX_CHANNELS; ++speaker) {
+        if (upper == POSITIONS[speaker].name) {
             return speaker;
         }
     }
@@ -93,7 +96,7 @@ unsigned parseSpeaker(const std::string &text) {
 }
 
 unsigned speakerCount(uint32_t mask) {
-    return static_cast<unsigned>(std::popcount(mask & SPEAKER_BITS));
+    return static_cast<unsigned>(std::popcount(mask & 0xFF));
 }
 
 uint32_t usualMask(unsigned channels) {
@@ -107,20 +110,9 @@ uint32_t parseLayout(const std::string &text) {
             return layout.mask;
         }
     }
-    if (text.starts_with("0x") || text.starts_with("0X")) {
-        return parseMask(text);
-    }
     uint32_t mask = 0;
     for (const std::string &name : splitAtCommas(text)) {
-        uint32_t bit = 0;
-        try {
-            bit = 1u << parseSpeaker(name);
-        } catch (const usage_error &) {
-            throw usage_error("'" + text +
-                              "' is neither a name (mono stereo 2.1 3.0 3.1 "
-                              "quad 4.1 5.0 5.1 7.0 7.1), nor speakers such as FL,FR,LFE, "
-                              "nor a mask such as 0x3F");
-        }
+        const uint32_t bit = 1u << parseSpeaker(name);
         if (mask & bit) {
             throw usage_error(name + " is named twice");
         }
@@ -129,29 +121,23 @@ uint32_t parseLayout(const std::string &text) {
     return mask;
 }
 
-std::string layoutText(uint32_t mask) {
-    std::string speakers;
-    for (unsigned speaker = 0; speaker < AUDIO_MAX_CHANNELS; ++speaker) {
-        if (mask >> speaker & 1) {
-            speakers.append(speakers.empty() ? "" : " ").append(speakerName(speaker));
-        }
-    }
+std::string layoutText(const slot_positions &positions) {
+    const uint32_t mask = positionMask(positions);
+    const slot_positions ascending = positionsOfMask(mask);
+    std::string text = joinedNames(ascending);
     for (const named_layout &layout : NAMED_LAYOUTS) {
-        if ((mask & SPEAKER_BITS) == layout.mask) {
-            return std::string(layout.name) + " (" + speakers + ")";
+        if (mask == layout.mask) {
+            text = std::string(layout.name) + " (" + text + ")";
+            break;
         }
     }
-    return speakers;
+    return positions == ascending ? text : text + ", in the order " + joinedNames(positions);
 }
 
 order_map parseOrder(const std::string &text) {
-    const std::vector<std::string> parts = splitAtCommas(text);
-    if (!text.empty() && std::isdigit(static_cast<unsigned char>(text.front()))) {
-        return parseOrderNumbers(parts, text);
-    }
     order_map order{};
     uint8_t place = 0;
-    for (const std::string &name : parts) {
+    for (const std::string &name : splitAtCommas(text)) {
         uint8_t &entry = order[parseSpeaker(name)];
         if (entry != 0) {
             throw usage_error(name + " is named twice");
@@ -172,12 +158,74 @@ order_map ascendingOrder(uint32_t mask) {
     return order;
 }
 
-std::vector<unsigned> slotSpeakers(uint32_t mask, const order_map &order) {
-    std::vector<unsigned> speakers(speakerCount(mask));
+slot_positions slotSpeakers(uint32_t mask, const order_map &order) {
+    slot_positions speakers(speakerCount(mask));
     for (unsigned speaker = 0; speaker < AUDIO_MAX_CHANNELS; ++speaker) {
         if (order[speaker] >= 1 && order[speaker] <= speakers.size()) {
             speakers[order[speaker] - 1] = speaker;
         }
     }
     return speakers;
+}
+
+slot_positions slotSpeakers(uint32_t mask) {
+    return slotSpeakers(mask, ascendingOrder(mask));
+}
+
+uint32_t positionMask(const slot_positions &positions) {
+    uint32_t mask = 0;
+    for (const unsigned position : positions) {
+        mask |= position < 32 ? 1u << position : 0;
+    }
+    return mask;
+}
+
+file_layout layoutFromPositions(const slot_positions &positions) {
+    file_layout layout;
+    layout.positions = positions;
+    const bool has_backs = (positionMask(positions) >> BACK_LEFT & 3) != 0;
+    uint32_t mask = 0;
+    for (size_t slot = 0; slot < positions.size(); ++slot) {
+        unsigned speaker = positions[slot];
+        if (!has_backs && (speaker == SIDE_LEFT || speaker == SIDE_RIGHT)) {
+            speaker -= SIDE_LEFT - BACK_LEFT;
+        }
+        if (speaker >= AUDIO_MAX_CHANNELS || (mask >> speaker & 1)) {
+            return layout;
+        }
+        mask |= 1u << speaker;
+        layout.order[speaker] = static_cast<uint8_t>(slot + 1);
+    }
+    layout.mask = mask;
+    return layout;
+}
+
+file_layout layoutFromWaveMask(uint32_t wave_mask, unsigned channels) {
+    const slot_positions positions = positionsOfMask(wave_mask);
+    return positions.size() == channels ? layoutFromPositions(positions) : file_layout{};
+}
+
+slot_positions flacPositions(unsigned channels) {
+    constexpr uint32_t MASKS[] = {0, 0x04, 0x03, 0x07, 0x33, 0x37, 0x3F, 0x70F, 0x63F};
+    return channels < std::size(MASKS) ? positionsOfMask(MASKS[channels]) : slot_positions{};
+}
+
+slot_positions positionsFromMapCodes(const std::vector<int> &codes) {
+    slot_positions positions;
+    for (int code : codes) {
+        code = code == SF_CHANNEL_MAP_MONO ? int{SF_CHANNEL_MAP_CENTER} : code;
+        const auto *found = std::ranges::find_if(POSITIONS, [code](const named_position &position) {
+            return position.map_code == code || position.other_code == code;
+        });
+        positions.push_back(static_cast<unsigned>(found - std::begin(POSITIONS)));
+    }
+    return positions;
+}
+
+std::vector<int> mapCodesFromPositions(const slot_positions &positions) {
+    std::vector<int> codes;
+    for (const unsigned position : positions) {
+        codes.push_back(POSITIONS[position].map_code);
+    }
+    return codes;
 }

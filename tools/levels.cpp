@@ -1,7 +1,5 @@
 #include "levels.h"
 
-#include "errors.h"
-
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -11,13 +9,6 @@ namespace {
 
 constexpr int32_t LOWEST_SAMPLE = std::numeric_limits<int32_t>::min();
 constexpr double FULL_SCALE = 2147483648.0;
-
-audio_converter_settings decoderSettings(const byte_format &bytes) {
-    audio_converter_settings settings = plainSettings(bytes.format, bytes.bits, bytes.channels);
-    settings.output_format = AUDIO_FORMAT_PCM;
-    settings.output_bits_per_sample = 32;
-    return settings;
-}
 
 // Groups of two frames: 4 bytes per channel, then one byte per channel of two nibbles.
 void swapNibbles(std::vector<uint8_t> &bytes, size_t channels) {
@@ -31,37 +22,33 @@ void swapNibbles(std::vector<uint8_t> &bytes, size_t channels) {
 } // namespace
 
 level_meter::level_meter(const byte_format &bytes, uint8_t depth)
-    // Bits below the depth count as reached: no sample can have them.
-    : format(bytes), positive_limit(static_cast<int32_t>(0x80000000u - (1u << (32 - depth)))),
-      levels(bytes.channels),
-      decoded(65536, [this](std::span<const uint8_t> pcm) { measure(pcm); }),
-      decoder(newUncountedConverter(decoderSettings(bytes))) {
+    : channels(bytes.channels), format(bytes),
+      // Bits below the depth count as reached: no sample can have them.
+      positive_limit(static_cast<int32_t>(0x80000000u - (1u << (32 - depth)))),
+      decoder(formatChange(bytes, AUDIO_FORMAT_PCM, 32),
+              [this](std::span<const uint8_t> pcm) { measure(pcm); }) {
     if (bytes.format == AUDIO_FORMAT_FLOAT) {
         positive_limit = 2147483646; // 1.0
     }
-    audioConverterInit(decoder.get(), decoded.operations());
 }
 
 void level_meter::take(std::span<const uint8_t> bytes) {
-    if (audioConverterPutBytes(decoder.get(), bytes.data(), static_cast<uint32_t>(bytes.size()))) {
-        throw conversion_error("the levels cannot be measured: out of memory");
-    }
+    decoder.put(bytes);
 }
 
 void level_meter::takeWritten(std::span<const uint8_t> bytes) {
-    if (format.format != AUDIO_FORMAT_LPCM_PAIRED || format.bits != 20) {
-        return take(bytes);
+    std::vector<uint8_t> readable(bytes.begin(), bytes.end());
+    if (format.format == AUDIO_FORMAT_LPCM_PAIRED && format.bits == 20) {
+        swapNibbles(readable, format.channels);
     }
-    swapped.assign(bytes.begin(), bytes.end());
-    swapNibbles(swapped, format.channels);
-    take(swapped);
+    take(readable);
 }
 
 void level_meter::measure(std::span<const uint8_t> pcm_bytes) {
     for (size_t k = 0; k * sizeof(int32_t) < pcm_bytes.size(); ++k) {
         int32_t sample = 0;
         std::memcpy(&sample, &pcm_bytes[k * sizeof sample], sizeof sample);
-        channel_levels &channel = levels[k % levels.size()];
+        channel_levels &channel = channels[k % channels.size()];
         const double value = sample / FULL_SCALE;
         channel.peak = std::max(channel.peak, std::abs(value));
         channel.square_sum += value * value;

@@ -2,11 +2,6 @@
 #pragma once
 
 #include "audio_source.h"
-#include "library_host.h"
-
-#include <cstdint>
-#include <span>
-#include <vector>
 
 struct channel_levels {
     double peak = 0.0; // 1.0 is full scale
@@ -27,17 +22,12 @@ public:
     // nibbles of its last bytes the other way round than it is read.
     void takeWritten(std::span<const uint8_t> bytes);
 
-    const std::vector<channel_levels> &channels() const {
-        return levels;
-    }
+    std::vector<channel_levels> channels;
 
 private:
     void measure(std::span<const uint8_t> pcm_bytes);
 
     byte_format format;
     int32_t positive_limit; // the highest sample of the depth
-    std::vector<channel_levels> levels;
-    std::vector<uint8_t> swapped;
-    output_stream decoded;
-    converter_pointer decoder;
+    side_converter decoder;
 };

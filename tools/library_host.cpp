@@ -2,47 +2,15 @@
 
 #include "errors.h"
 
-#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <numeric>
 #include <utility>
 
 namespace {
 
-// The lookup carries no user pointer, so what its functions share is kept per process.
-allocation_counts counts;
+// The lookup carries no user pointer, so the message is kept per process.
 std::string message;
-
-// Room before every block for its size; keeps the block aligned for any type.
-constexpr size_t SIZE_ROOM = alignof(std::max_align_t);
-
-void *countedMalloc(size_t byte_count) {
-    auto *block = static_cast<std::byte *>(std::malloc(byte_count + SIZE_ROOM));
-    if (block == nullptr) {
-        return nullptr;
-    }
-    std::memcpy(block, &byte_count, sizeof byte_count);
-    ++counts.call_count;
-    ++counts.live_blocks;
-    counts.live_bytes += byte_count;
-    counts.peak_bytes = std::max(counts.peak_bytes, counts.live_bytes);
-    return block + SIZE_ROOM;
-}
-
-void countedFree(void *block) {
-    if (block == nullptr) {
-        return;
-    }
-    std::byte *start = static_cast<std::byte *>(block) - SIZE_ROOM;
-    size_t byte_count = 0;
-    std::memcpy(&byte_count, start, sizeof byte_count);
-    --counts.live_blocks;
-    counts.live_bytes -= byte_count;
-    std::free(start);
-}
 
 int keepMessage(const char *format, ...) {
     char text[512];
@@ -61,44 +29,7 @@ host_function lookUpPrinter(const char *name) {
     return nullptr;
 }
 
-host_function lookUpCounted(const char *name) {
-    if (std::strcmp(name, "malloc") == 0) {
-        return reinterpret_cast<host_function>(countedMalloc);
-    }
-    if (std::strcmp(name, "free") == 0) {
-        return reinterpret_cast<host_function>(countedFree);
-    }
-    return lookUpPrinter(name);
-}
-
-// Why the library gives no converter for settings that it has not refused with a message.
-std::string silentReason(const audio_converter_settings &settings) {
-    constexpr uint64_t MOST_TABLE_BYTES = 1 << 30; // the library's own limit
-    const uint32_t rates[] = {settings.input_sample_rate, settings.output_sample_rate};
-    const uint64_t up_factor = rates[1] / std::max(std::gcd(rates[0], rates[1]), 1u);
-    if (rates[0] == rates[1] || sizeof(double) * (40 * up_factor + 1) <= MOST_TABLE_BYTES) {
-        return "out of memory";
-    }
-    return "no converter from " + std::to_string(rates[0]) + " to " + std::to_string(rates[1]) +
-           " Hz: the rates have too little in common, their filter table would exceed the "
-           "library's limit of 1 GiB";
-}
-
-converter_pointer createConverter(callback_lookup lookup,
-                                  const audio_converter_settings &settings) {
-    converter_pointer converter(audioConverterNew(lookup, &settings));
-    if (converter) {
-        return converter;
-    }
-    const std::string reason = takeLibraryMessage();
-    throw conversion_error(!reason.empty() ? reason : silentReason(settings));
-}
-
 } // namespace
-
-allocation_counts allocationCounts() {
-    return counts;
-}
 
 std::string takeLibraryMessage() {
     return std::exchange(message, std::string());
@@ -115,19 +46,26 @@ void checkSettings(const audio_converter_settings &settings) {
 }
 
 converter_pointer newConverter(const audio_converter_settings &settings) {
-    return createConverter(lookUpCounted, settings);
+    converter_pointer converter(audioConverterNew(lookUpPrinter, &settings));
+    if (!converter) {
+        const std::string reason = takeLibraryMessage();
+        const std::string rates = std::to_string(settings.input_sample_rate) + " to " +
+                                  std::to_string(settings.output_sample_rate) + " Hz";
+        throw conversion_error(!reason.empty() ? reason
+                                               : "no converter from " + rates +
+                                                     ": too little in common, or no memory");
+    }
+    return converter;
 }
 
-converter_pointer newUncountedConverter(const audio_converter_settings &settings) {
-    return createConverter(lookUpPrinter, settings);
-}
-
-audio_converter_settings plainSettings(uint8_t format, uint8_t bits, uint8_t channels) {
+audio_converter_settings formatChange(const byte_format &from, uint8_t format, uint8_t bits) {
     audio_converter_settings settings{};
-    settings.input_format = format;
-    settings.input_bits_per_sample = bits;
-    settings.input_channels = channels;
-    settings.input_sample_rate = 48000;
+    settings.input_format = from.format;
+    settings.input_bits_per_sample = from.bits;
+    settings.input_channels = from.channels;
+    settings.input_sample_rate = from.rate;
+    settings.output_format = format;
+    settings.output_bits_per_sample = bits;
     settings.out_frame_size = 65536;
     return settings;
 }
@@ -156,5 +94,28 @@ void output_stream::commit(bufstream *stream, uint32_t byte_count) {
         owner->take_bytes(std::span(owner->area).first(byte_count));
     } catch (...) {
         owner->fault = std::current_exception();
+    }
+}
+
+side_converter::side_converter(const audio_converter_settings &settings,
+                               output_stream::byte_function take_bytes)
+    : stream(settings.out_frame_size + 4, std::move(take_bytes)), // AES3 adds its header
+      converter(newConverter(settings)) {
+    audioConverterInit(converter.get(), stream.operations());
+}
+
+void side_converter::put(std::span<const uint8_t> bytes) {
+    check(
+        audioConverterPutBytes(converter.get(), bytes.data(), static_cast<uint32_t>(bytes.size())));
+}
+
+void side_converter::finish() {
+    check(audioConverterDone(converter.get(), 0));
+}
+
+void side_converter::check(uint32_t status) const {
+    stream.rethrow();
+    if (status != 0) {
+        throw conversion_error(CONVERTER_STOPPED);
     }
 }

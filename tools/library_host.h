@@ -1,5 +1,4 @@
-// What this host gives the library: a counting allocator, a printer that keeps the message,
-// and output streams that hand their bytes to a function.
+// What this host gives the library: a printer that keeps the message, and output streams.
 #pragma once
 
 #include "zt_trans_audio_converter.h"
@@ -11,14 +10,17 @@
 #include <string>
 #include <vector>
 
-// What the library took from the counting allocator so far.
-struct allocation_counts {
-    uint64_t call_count = 0;
-    uint64_t live_blocks = 0;
-    uint64_t live_bytes = 0;
-    uint64_t peak_bytes = 0;
+// What a stream of bytes is.
+struct byte_format {
+    uint8_t format = AUDIO_FORMAT_PCM;
+    uint8_t bits = 16;
+    uint8_t channels = 1;
+    uint32_t rate = 48000;
 };
-allocation_counts allocationCounts();
+
+// A call of the library failed without a message.
+inline constexpr const char *CONVERTER_STOPPED =
+    "the converter stopped: it needs more memory, or a --frame-size that holds a frame";
 
 // The last message that the library printed, empty when there was none since the last call.
 std::string takeLibraryMessage();
@@ -33,14 +35,11 @@ using converter_pointer = std::unique_ptr<audio_converter, converter_release>;
 // Throws conversion_error with the library's message when it refuses the settings.
 void checkSettings(const audio_converter_settings &settings);
 
-// A converter that allocates through the counting allocator.
+// Throws conversion_error with the reason when there is no converter for the settings.
 converter_pointer newConverter(const audio_converter_settings &settings);
 
-// An auxiliary converter that does not appear in the allocation counts.
-converter_pointer newUncountedConverter(const audio_converter_settings &settings);
-
-// A record for one format on both sides: no mixing, no rate change.
-audio_converter_settings plainSettings(uint8_t format, uint8_t bits, uint8_t channels);
+// A record for a change of format alone: channels and rate are those of `from`.
+audio_converter_settings formatChange(const byte_format &from, uint8_t format, uint8_t bits);
 
 // An output stream of the library. An exception thrown by the function stops the stream:
 // the library sees it full and its call returns 1; rethrow() then lets the exception go on.
@@ -76,4 +75,21 @@ private:
     std::vector<uint8_t> area;
     byte_function take_bytes;
     std::exception_ptr fault;
+};
+
+// A converter with its one output stream.
+class side_converter {
+public:
+    side_converter(const audio_converter_settings &settings,
+                   output_stream::byte_function take_bytes);
+
+    // Throw conversion_error, or what the function threw.
+    void put(std::span<const uint8_t> bytes);
+    void finish();
+
+private:
+    void check(uint32_t status) const;
+
+    output_stream stream;
+    converter_pointer converter;
 };

@@ -1,10 +1,9 @@
 // zt-audio-convert: the library from the command line.
 #include "conversion.h"
 #include "errors.h"
-#include "options.h"
-#include "plan.h"
+#include "library_host.h"
 #include "reports.h"
-#include "temporary_file.h"
+#include "signals.h"
 
 #include <exception>
 #include <iostream>
@@ -12,44 +11,46 @@
 namespace {
 
 std::vector<std::unique_ptr<audio_source>> openSources(const tool_options &options) {
+    const source_options how{options.raw, options.ignore_length, !options.no_metadata,
+                             !options.split_inputs.empty()};
     std::vector<std::unique_ptr<audio_source>> sources;
     for (const split_input &split : options.split_inputs) {
-        sources.push_back(openSource(split.path, options.raw));
+        sources.push_back(openSource(split.path, how));
     }
     if (!options.input.empty()) {
-        sources.push_back(openSource(options.input, options.raw));
+        sources.push_back(openSource(options.input, how));
     }
     return sources;
 }
 
+// What the sources are, or a stand-in for a report that needs none.
 std::vector<source_description> describe(const std::vector<std::unique_ptr<audio_source>> &sources,
                                          const tool_options &options) {
     std::vector<source_description> descriptions;
-    descriptions.reserve(sources.size());
     for (const auto &source : sources) {
         descriptions.push_back(source->description);
     }
     if (descriptions.empty()) {
-        descriptions.push_back(assumedSource(options));
+        source_description assumed;
+        assumed.name = assumed.kind = "none";
+        assumed.bytes.channels = static_cast<uint8_t>(speakerCount(options.input_mask.value_or(1)));
+        assumed.bytes = options.raw.value_or(assumed.bytes);
+        descriptions.push_back(assumed);
     }
     return descriptions;
 }
 
 void convert(const tool_options &options, const conversion_plan &plan,
-             std::vector<std::unique_ptr<audio_source>> &sources, std::ostream &reports) {
-    progress_bar progress(plan.input_frames, plan.settings.input_sample_rate, options.quiet);
-    conversion_work work{plan,    options.block, sources, {}, options.levels || options.stats,
-                         progress};
+             std::vector<std::unique_ptr<audio_source>> &sources, std::FILE *reports) {
+    progress_line progress(plan.input_frames, plan.settings.input_sample_rate, options.quiet);
+    std::vector<std::unique_ptr<audio_sink>> sinks;
     for (const output_target &target : plan.targets) {
-        work.sinks.push_back(openSink(target));
+        sinks.push_back(openSink(target));
     }
-    const conversion_outcome outcome = runConversion(work);
+    const conversion_outcome outcome = runConversion(plan, sources, sinks, options.stats, progress);
     progress.clear();
-    for (const auto &sink : work.sinks) {
+    for (const auto &sink : sinks) {
         sink->commit();
-    }
-    if (options.levels) {
-        printLevels(reports, plan, outcome);
     }
     if (options.stats) {
         printStats(reports, plan, outcome);
@@ -57,17 +58,14 @@ void convert(const tool_options &options, const conversion_plan &plan,
 }
 
 // What is told before the conversion, or in its place.
-void printPlan(std::ostream &out, const tool_options &options, const conversion_plan &plan,
+void printPlan(std::FILE *out, const tool_options &options, const conversion_plan &plan,
                const std::vector<source_description> &sources) {
     if (options.show_matrix) {
-        printMatrix(out, plan, true);
+        printMatrix(out, plan);
     }
-    if (options.show_filter) {
-        printFilter(out, plan);
-    }
-    if (options.info) {
+    if (options.info || options.dry_run) {
         printInfo(out, plan, sources);
-        printMatrix(out, plan, false);
+        printMatrix(out, plan);
     } else if (!options.quiet) {
         for (const std::string &note : plan.notes) {
             std::cerr << PROGRAM_NAME << ": note: " << note << "\n";
@@ -76,7 +74,7 @@ void printPlan(std::ostream &out, const tool_options &options, const conversion_
 }
 
 void run(const tool_options &options) {
-    std::ostream &reports = options.output == "-" ? std::cerr : std::cout;
+    std::FILE *reports = options.output == "-" ? stderr : stdout;
     std::vector<std::unique_ptr<audio_source>> sources = openSources(options);
     const std::vector<source_description> descriptions = describe(sources, options);
     const conversion_plan plan = makePlan(options, descriptions);
@@ -86,12 +84,10 @@ void run(const tool_options &options) {
     }
     if (options.dry_run) {
         newConverter(plan.settings);
-        printPrediction(reports, plan);
-    } else if (!plan.targets.empty() && !options.show_matrix && !options.show_filter) {
+    } else if (!plan.targets.empty() && !options.show_matrix) {
         convert(options, plan, sources, reports);
     }
-    reports.flush();
-    if (!reports) {
+    if (std::fflush(reports) != 0 || std::ferror(reports)) {
         throw conversion_error("standard output: cannot write the report");
     }
 }
@@ -114,6 +110,8 @@ int main(int argument_count, char **arguments) {
         report(error.what(), EXIT_USAGE);
         std::cerr << usageText() << "Try '" << PROGRAM_NAME << " --help' for the options.\n";
         return EXIT_USAGE;
+    } catch (const interruption &) {
+        return raise(ending_signal);
     } catch (const std::bad_alloc &) {
         return report("out of memory", EXIT_CONVERSION_FAILED);
     } catch (const std::exception &error) {

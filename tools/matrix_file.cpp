@@ -15,14 +15,7 @@ namespace {
 using gain_rows = std::vector<std::vector<double>>;
 
 // Far more than a matrix with comments needs, and little to read of a file that is none.
-constexpr std::streamsize LINE_ROOM = 4096; // with the end of the text
-constexpr unsigned MOST_LINES = 1000;
-
-// A word of the file for a message, unless a terminal should not see it.
-std::string shown(const std::string &word) {
-    const bool printable = std::ranges::all_of(word, [](char c) { return c >= ' ' && c <= '~'; });
-    return printable && word.size() <= 40 ? "'" + word + "'" : "this line";
-}
+constexpr size_t MOST_BYTES = 1 << 16;
 
 double parseGain(const std::string &word, const std::string &place) {
     char *end = nullptr;
@@ -31,7 +24,7 @@ double parseGain(const std::string &word, const std::string &place) {
     const bool in_decibels = unit == "dB" || unit == "db";
     const double gain = in_decibels ? std::pow(10.0, value / 20.0) : value;
     if (end == word.c_str() || (!unit.empty() && !in_decibels) || !std::isfinite(gain)) {
-        throw usage_error(place + shown(word) + " is not a gain (0.5 or -6dB)");
+        throw usage_error(place + "not a row of gains (0.5 or -6dB)");
     }
     return gain;
 }
@@ -47,35 +40,26 @@ std::vector<double> parseRow(std::string line, const std::string &place) {
     return row;
 }
 
-// What getline() put down, which may have bytes of zero in it.
-std::string lastLine(const std::istream &file, const char *text) {
-    return {text, static_cast<size_t>(file.gcount() - (file.eof() ? 0 : 1))};
-}
-
 gain_rows readRows(const std::string &path) {
     std::ifstream file(path);
-    if (!file) {
+    std::string text(MOST_BYTES, '\0');
+    file.read(text.data(), MOST_BYTES);
+    text.resize(static_cast<size_t>(file.gcount()));
+    if (!file.eof() && text.size() < MOST_BYTES) {
         throw systemError(path, "cannot read the matrix");
     }
+    if (text.size() == MOST_BYTES) {
+        throw usage_error(path + ": too long for a matrix");
+    }
     gain_rows rows;
+    std::istringstream lines(text);
     unsigned line_number = 0;
-    std::array<char, LINE_ROOM> line{};
-    while (file.getline(line.data(), LINE_ROOM)) {
+    for (std::string line; std::getline(lines, line);) {
         const std::string place = path + ":" + std::to_string(++line_number) + ": ";
-        std::vector<double> row = parseRow(lastLine(file, line.data()), place);
-        if (line_number > MOST_LINES) {
-            throw usage_error(place + "too many lines for a matrix");
-        }
+        std::vector<double> row = parseRow(line, place);
         if (!row.empty()) {
             rows.push_back(std::move(row));
         }
-    }
-    if (file.bad()) {
-        throw systemError(path, "cannot read the matrix");
-    }
-    if (!file.eof()) {
-        throw usage_error(path + ":" + std::to_string(line_number + 1) +
-                          ": the line is too long for a matrix");
     }
     return rows;
 }
@@ -99,8 +83,8 @@ gain_matrix readMatrixFile(const std::string &path, uint32_t input_mask, uint32_
                           " gains (outputs)");
     }
     gain_matrix matrix{};
-    const auto row_speakers = slotSpeakers(input_mask, ascendingOrder(input_mask));
-    const auto column_speakers = slotSpeakers(output_mask, ascendingOrder(output_mask));
+    const auto row_speakers = slotSpeakers(input_mask);
+    const auto column_speakers = slotSpeakers(output_mask);
     for (size_t row = 0; row < row_speakers.size(); ++row) {
         for (size_t column = 0; column < column_speakers.size(); ++column) {
             matrix[row_speakers[row]][column_speakers[column]] = rows[row][column];

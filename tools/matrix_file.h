@@ -1,10 +1,8 @@
 // Mixing matrices in text files.
 //
-// One row per line, gains separated by blanks or commas, '#' starts a comment, empty lines
-// are skipped. A row is an input speaker, a column an output speaker. Two sizes are
-// understood: 8 x 8, by speaker bit (FL FR FC LFE BL BR FLC FRC), and input channels x
-// output channels, the speakers of each layout in that same order. A gain is a number
-// (0.5, -1, 1e-3) or decibels (-3dB).
+// One row per line, gains separated by blanks or commas, '#' starts a comment. A row is an input
+// speaker, a column an output speaker: 8 x 8 by speaker bit, or input x output channels in
+// ascending order of the speakers. A gain is a number (0.5, -1, 1e-3) or decibels (-3dB).
 #pragma once
 
 #include "zt_trans_audio_converter.h"

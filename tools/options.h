@@ -2,22 +2,10 @@
 #pragma once
 
 #include "audio_sink.h"
-#include "layouts.h"
-
-#include <cstdint>
-#include <optional>
-#include <string>
-#include <vector>
 
 struct split_input {
     unsigned speaker = 0;
     std::string path;
-};
-
-// The bytes of one input call: always byte_count, or 1 to byte_count drawn from the seed.
-struct block_choice {
-    uint32_t byte_count = 65536;
-    std::optional<uint64_t> seed;
 };
 
 struct tool_options {
@@ -28,21 +16,21 @@ struct tool_options {
     std::optional<uint32_t> input_mask;
     std::optional<order_map> input_order;
     std::optional<uint32_t> input_rate;
-    std::optional<file_type> type;
+    bool ignore_length = false;
+    std::optional<file_type> type; // of the output; given unless there is no output
     std::optional<uint8_t> format;
     std::optional<uint8_t> bits;
     std::optional<uint32_t> rate;
     std::optional<uint32_t> output_mask;
     std::optional<order_map> output_order;
     std::string matrix_path;
+    bool dither = false;
+    bool no_metadata = false;
     bool split_output = false;
     uint32_t frame_size = 65536;
-    block_choice block;
     bool info = false;
     bool show_matrix = false;
-    bool show_filter = false;
     bool dry_run = false;
-    bool levels = false;
     bool stats = false;
     bool quiet = false;
 };

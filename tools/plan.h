@@ -1,21 +1,19 @@
-// What a run will do, settled from the options and the inputs before anything is written.
+// What a run will do, decided from the options and the inputs before anything is written.
 #pragma once
 
-#include "audio_sink.h"
 #include "options.h"
-
-#include <optional>
-#include <string>
-#include <vector>
 
 struct conversion_plan {
     audio_converter_settings settings{}; // every field given, nothing left to defaults
     // Speakers by name; the masks in the settings may carry a bit beyond them.
     uint32_t input_mask = 0;
     uint32_t output_mask = 0;
-    order_map input_order{};
-    order_map output_order{};
+    // What the slots of a frame are called: by the file where its speakers are not the library's.
+    slot_positions input_positions;
+    slot_positions output_positions;
     byte_format output_bytes;
+    uint32_t write_bytes = 0;             // most bytes of a write to the output
+    bool dither = false;                  // the settings end in 32-bit PCM, output_bytes follow
     std::vector<unsigned> split_speakers; // of each source; empty for one interleaved source
     std::vector<output_target> targets;   // one, one per output slot, or none without OUTPUT
     std::optional<uint64_t> input_frames;
@@ -29,7 +27,4 @@ conversion_plan makePlan(const tool_options &options,
                          const std::vector<source_description> &sources);
 
 // Frames that come out of so many frames, the lone last frame of LPCM output completed.
-uint64_t predictFrames(const audio_converter_settings &settings, uint64_t input_frames);
-
-// Stands for the input of reports that need none.
-source_description assumedSource(const tool_options &options);
+uint64_t predictFrames(const conversion_plan &plan, uint64_t input_frames);

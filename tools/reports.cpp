@@ -1,48 +1,62 @@
 #include "reports.h"
 
-#include "layouts.h"
-#include "library_host.h"
-#include "probe.h"
-
 #include <algorithm>
 #include <cmath>
-#include <cstdarg>
 #include <cstdio>
+#include <cstring>
+#include <limits>
 
 namespace {
 
-__attribute__((format(printf, 2, 3))) void print(std::ostream &out, const char *format, ...) {
-    char text[1024];
-    va_list arguments;
-    va_start(arguments, format);
-    std::vsnprintf(text, sizeof text, format, arguments);
-    va_end(arguments);
-    out << text;
+// Gain from every input slot to every output slot; not-a-number where it is out of range.
+using slot_gains = std::array<std::array<double, AUDIO_MAX_CHANNELS>, AUDIO_MAX_CHANNELS>;
+
+// The level that gains are measured with: up to 32 they stay in range, and show 7 decimals.
+constexpr unsigned PROBE_BITS = 26;
+
+// The library keeps its gains to itself: they are what a frame of one sample comes out as.
+slot_gains probeMixing(audio_converter_settings settings) {
+    settings.input_format = settings.output_format = AUDIO_FORMAT_PCM;
+    settings.input_bits_per_sample = settings.output_bits_per_sample = 32;
+    settings.output_sample_rate = settings.input_sample_rate;
+    settings.input_separate_channels = settings.output_separate_channels = 0;
+    settings.out_frame_size = 65536;
+    const size_t inputs = settings.input_channels;
+    const size_t outputs = settings.output_channels;
+    slot_gains gains{};
+    size_t count = 0;
+    side_converter converter(settings, [&](std::span<const uint8_t> bytes) {
+        for (size_t offset = 0; offset < bytes.size(); offset += sizeof(int32_t), ++count) {
+            int32_t sample = 0;
+            std::memcpy(&sample, &bytes[offset], sizeof sample);
+            const bool in_range = sample != std::numeric_limits<int32_t>::min();
+            gains[count / outputs][count % outputs] =
+                in_range ? std::ldexp(sample, -static_cast<int>(PROBE_BITS)) : std::nan("");
+        }
+    });
+    // One frame per input slot, with that slot alone sounding.
+    std::vector<int32_t> frames(inputs * inputs);
+    for (size_t slot = 0; slot < inputs; ++slot) {
+        frames[slot * inputs + slot] = int32_t{1} << PROBE_BITS;
+    }
+    converter.put(
+        {reinterpret_cast<const uint8_t *>(frames.data()), frames.size() * sizeof(int32_t)});
+    return gains;
 }
 
 std::string lengthText(const std::optional<uint64_t> &frames, uint32_t rate) {
     if (!frames) {
         return "of unknown length";
     }
-    return std::to_string(*frames) + (*frames == 1 ? " frame, " : " frames, ") +
-           clockText(static_cast<double>(*frames) / rate, true);
-}
-
-std::string orderText(uint32_t mask, const order_map &order) {
-    if (order == ascendingOrder(mask)) {
-        return {};
-    }
-    std::string text = ", in the order";
-    for (const unsigned speaker : slotSpeakers(mask, order)) {
-        text += std::string(" ") + speakerName(speaker);
-    }
+    char text[64];
+    std::snprintf(text, sizeof text, "%ju frames, %.3f s", uintmax_t{*frames},
+                  static_cast<double>(*frames) / rate);
     return text;
 }
 
-void printSide(std::ostream &out, uint32_t rate, unsigned channels, uint32_t mask,
-               const order_map &order) {
-    print(out, "          %u Hz, %u channel%s: %s%s\n", rate, channels, channels == 1 ? "" : "s",
-          layoutText(mask).c_str(), orderText(mask, order).c_str());
+void printSide(std::FILE *out, uint32_t rate, const slot_positions &positions) {
+    std::fprintf(out, "          %u Hz, %zu channel%s: %s\n", rate, positions.size(),
+                 positions.size() == 1 ? "" : "s", layoutText(positions).c_str());
 }
 
 std::string decibelText(double gain) {
@@ -64,148 +78,85 @@ std::string gainText(double gain) {
     return text;
 }
 
-void printTable(std::ostream &out, const conversion_plan &plan, const slot_gains &gains,
+void printTable(std::FILE *out, const conversion_plan &plan, const slot_gains &gains,
                 std::string (*cell)(double)) {
-    const auto rows = slotSpeakers(plan.input_mask, plan.input_order);
-    const auto columns = slotSpeakers(plan.output_mask, plan.output_order);
-    print(out, "%6s", "");
+    const slot_positions &rows = plan.input_positions;
+    const slot_positions &columns = plan.output_positions;
+    std::fprintf(out, "%6s", "");
     for (const unsigned speaker : columns) {
-        print(out, " %11s", speakerName(speaker));
+        std::fprintf(out, " %11s", positionName(speaker).c_str());
     }
-    out << "\n";
+    std::fputs("\n", out);
     for (size_t row = 0; row < rows.size(); ++row) {
-        print(out, "%6s", speakerName(rows[row]));
+        std::fprintf(out, "%6s", positionName(rows[row]).c_str());
         for (size_t column = 0; column < columns.size(); ++column) {
-            print(out, " %11s", cell(gains[row][column]).c_str());
+            std::fprintf(out, " %11s", cell(gains[row][column]).c_str());
         }
-        out << "\n";
+        std::fputs("\n", out);
     }
 }
 
-void printMeter(std::ostream &out, const char *side, unsigned speaker,
-                const channel_levels &levels) {
-    const double count = static_cast<double>(std::max<uint64_t>(levels.sample_count, 1));
-    print(out, "%-6s %-3s  peak %7s dBFS  RMS %7s dBFS\n", side, speakerName(speaker),
-          decibelText(levels.peak).c_str(),
-          decibelText(std::sqrt(levels.square_sum / count)).c_str());
-}
-
-// Visits the channels of all meters of one side with their speakers, slot by slot.
-template <typename Visit>
-void visitChannels(const std::vector<std::unique_ptr<level_meter>> &meters,
-                   const std::vector<unsigned> &speakers, Visit visit) {
+// One line per channel; returns the full-scale samples of all.
+uint64_t printMeters(std::FILE *out, const char *side, const slot_positions &positions,
+                     const std::vector<std::unique_ptr<level_meter>> &meters) {
     size_t slot = 0;
+    uint64_t full_scale = 0;
     for (const auto &meter : meters) {
-        for (const channel_levels &levels : meter->channels()) {
-            visit(speakers[slot++], levels);
+        for (const channel_levels &levels : meter->channels) {
+            const auto count = static_cast<double>(std::max<uint64_t>(levels.sample_count, 1));
+            std::fprintf(out, "%-6s %-3s  peak %7s dBFS  RMS %7s dBFS  full-scale %ju\n", side,
+                         positionName(positions[slot++]).c_str(), decibelText(levels.peak).c_str(),
+                         decibelText(std::sqrt(levels.square_sum / count)).c_str(),
+                         uintmax_t{levels.full_scale_count});
+            full_scale += levels.full_scale_count;
         }
     }
-}
-
-std::vector<unsigned> inputSpeakers(const conversion_plan &plan) {
-    return plan.split_speakers.empty() ? slotSpeakers(plan.input_mask, plan.input_order)
-                                       : plan.split_speakers;
+    return full_scale;
 }
 
 } // namespace
 
-void printInfo(std::ostream &out, const conversion_plan &plan,
+void printInfo(std::FILE *out, const conversion_plan &plan,
                const std::vector<source_description> &sources) {
     const audio_converter_settings &settings = plan.settings;
     for (const source_description &source : sources) {
-        print(out, "Input:    %s\n", source.name.c_str());
-        print(out, "          %s, %s\n", source.kind.c_str(),
-              lengthText(source.frame_count, settings.input_sample_rate).c_str());
+        std::fprintf(out, "Input:    %s\n", source.name.c_str());
+        std::fprintf(out, "          %s, %s\n", source.kind.c_str(),
+                     lengthText(source.frame_count, settings.input_sample_rate).c_str());
     }
-    printSide(out, settings.input_sample_rate, settings.input_channels, plan.input_mask,
-              plan.input_order);
+    printSide(out, settings.input_sample_rate, plan.input_positions);
     if (plan.targets.empty()) {
-        out << "Output:   (none named)\n";
+        std::fputs("Output:   (none named)\n", out);
     }
     for (const output_target &target : plan.targets) {
-        print(out, "Output:   %s (%s)\n", target.path.c_str(), targetKind(target).c_str());
+        std::fprintf(out, "Output:   %s (%s)\n", target.path.c_str(), targetKind(target).c_str());
     }
-    print(out, "          %u-bit %s, %s\n", plan.output_bytes.bits,
-          formatName(plan.output_bytes.format),
-          lengthText(plan.output_frames, plan.output_bytes.rate).c_str());
-    printSide(out, plan.output_bytes.rate, plan.output_bytes.channels, plan.output_mask,
-              plan.output_order);
+    std::fprintf(out, "          %u-bit %s%s, %s\n", plan.output_bytes.bits,
+                 formatName(plan.output_bytes.format), plan.dither ? " with dither" : "",
+                 lengthText(plan.output_frames, plan.output_bytes.rate).c_str());
+    printSide(out, plan.output_bytes.rate, plan.output_positions);
     for (const std::string &note : plan.notes) {
-        print(out, "Note:     %s\n", note.c_str());
+        std::fprintf(out, "Note:     %s\n", note.c_str());
     }
 }
 
-void printMatrix(std::ostream &out, const conversion_plan &plan, bool decibels) {
+void printMatrix(std::FILE *out, const conversion_plan &plan) {
     const slot_gains gains = probeMixing(plan.settings);
-    out << "Mixing matrix (from the speaker of the row to that of the column)\n";
+    std::fputs("Mixing matrix (from the speaker of the row to that of the column)\n", out);
     printTable(out, plan, gains, gainText);
-    if (!decibels) {
-        return;
-    }
-    out << "In dB (inv: inverted)\n";
+    std::fputs("In dB (inv: inverted)\n", out);
     printTable(out, plan, gains, decibelText);
 }
 
-void printFilter(std::ostream &out, const conversion_plan &plan) {
-    const uint32_t rate = plan.settings.input_sample_rate;
-    const filter_response response = probeFilter(rate, plan.settings.output_sample_rate);
-    const double centre = 0.5 * static_cast<double>(response.taps.size() - 1);
-    out << "tap,input_samples,seconds,gain\n";
-    for (size_t tap = 0; tap < response.taps.size(); ++tap) {
-        const double offset = (static_cast<double>(tap) - centre) / response.up_factor;
-        print(out, "%zu,%.6f,%.9f,%.9f\n", tap, offset, offset / rate, response.taps[tap]);
-    }
-}
-
-void printLevels(std::ostream &out, const conversion_plan &plan,
-                 const conversion_outcome &outcome) {
-    visitChannels(outcome.input_meters, inputSpeakers(plan),
-                  [&](unsigned speaker, const channel_levels &levels) {
-                      printMeter(out, "input", speaker, levels);
-                  });
-    visitChannels(outcome.output_meters, slotSpeakers(plan.output_mask, plan.output_order),
-                  [&](unsigned speaker, const channel_levels &levels) {
-                      printMeter(out, "output", speaker, levels);
-                  });
-}
-
-void printStats(std::ostream &out, const conversion_plan &plan, const conversion_outcome &outcome) {
-    const double audio_seconds =
-        static_cast<double>(outcome.input_frames) / plan.settings.input_sample_rate;
-    const allocation_counts counts = allocationCounts();
-    const auto predicted = plan.output_frames ? std::to_string(*plan.output_frames) : "unknown";
-    out << "frames in:        " << outcome.input_frames << "\n";
-    out << "frames out:       " << outcome.output_frames << " (predicted: " << predicted << ")\n";
-    uint64_t full_scale = 0;
-    out << "full-scale:      ";
-    visitChannels(outcome.output_meters, slotSpeakers(plan.output_mask, plan.output_order),
-                  [&](unsigned speaker, const channel_levels &levels) {
-                      out << " " << speakerName(speaker) << " " << levels.full_scale_count;
-                      full_scale += levels.full_scale_count;
-                  });
-    out << "\n";
-    out << "allocations:      " << counts.call_count << ", " << counts.live_blocks
-        << " not released\n";
-    out << "peak memory:      " << counts.peak_bytes << " bytes\n";
-    print(out, "time:             %.3f s, %.1f times real time\n", outcome.seconds,
-          audio_seconds / std::max(outcome.seconds, 1e-9));
+void printStats(std::FILE *out, const conversion_plan &plan, const conversion_outcome &outcome) {
+    printMeters(out, "input",
+                plan.split_speakers.empty() ? plan.input_positions : plan.split_speakers,
+                outcome.input_meters);
+    const uint64_t full_scale =
+        printMeters(out, "output", plan.output_positions, outcome.output_meters);
+    std::fprintf(out, "frames  %ju in, %ju out\n", uintmax_t{outcome.input_frames},
+                 uintmax_t{outcome.output_frames});
     if (full_scale > 0) {
-        out << "warning: " << full_scale
-            << " output samples reach full scale; the output may be clipped\n";
-    }
-}
-
-void printPrediction(std::ostream &out, const conversion_plan &plan) {
-    for (const output_target &target : plan.targets) {
-        const std::optional<uint64_t> bytes = dataBytes(target);
-        out << "would write " << target.path << ": " << targetKind(target) << ", "
-            << lengthText(target.frame_count, target.bytes.rate);
-        if (bytes) {
-            out << ", " << *bytes << " bytes of samples";
-        }
-        out << "\n";
-    }
-    if (plan.targets.empty()) {
-        out << "would come out: " << lengthText(plan.output_frames, plan.output_bytes.rate) << "\n";
+        std::fprintf(out, "warning: %ju output samples reach full scale\n", uintmax_t{full_scale});
     }
 }

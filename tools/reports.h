@@ -2,26 +2,15 @@
 #pragma once
 
 #include "conversion.h"
-#include "plan.h"
 
-#include <ostream>
-#include <vector>
+#include <cstdio>
 
 // What was understood: inputs, outputs, lengths, notes.
-void printInfo(std::ostream &out, const conversion_plan &plan,
+void printInfo(std::FILE *out, const conversion_plan &plan,
                const std::vector<source_description> &sources);
 
-// The gains from input to output speakers; with `decibels` a second table.
-void printMatrix(std::ostream &out, const conversion_plan &plan, bool decibels);
+// The gains from input to output speakers; then in dB.
+void printMatrix(std::FILE *out, const conversion_plan &plan);
 
-// One line per tap: number, distance from the centre in input samples and in seconds, gain.
-void printFilter(std::ostream &out, const conversion_plan &plan);
-
-// Peak and RMS of every channel.
-void printLevels(std::ostream &out, const conversion_plan &plan, const conversion_outcome &outcome);
-
-// Counts, memory and speed of a run, with a warning for full-scale samples.
-void printStats(std::ostream &out, const conversion_plan &plan, const conversion_outcome &outcome);
-
-// The length that comes out of a dry run.
-void printPrediction(std::ostream &out, const conversion_plan &plan);
+// Levels of every channel, counts and speed of a run, with a warning for full-scale samples.
+void printStats(std::FILE *out, const conversion_plan &plan, const conversion_outcome &outcome);

@@ -1,44 +1,20 @@
-// WAV, RF64, AIFF and CAF files through libsndfile.
+// AIFF, CAF and FLAC files through libsndfile.
 #include "audio_sink.h"
 #include "errors.h"
 #include "temporary_file.h"
-#include "wav_header.h"
+#include "wav_file.h"
 
-#include <cerrno>
-#include <cstring>
 #include <sndfile.h>
 
 namespace {
 
-int subtypeOf(const byte_format &bytes) {
-    if (bytes.format == AUDIO_FORMAT_FLOAT) {
-        return SF_FORMAT_FLOAT;
-    }
-    switch (bytes.bits) {
-    case 8:
-        return SF_FORMAT_PCM_U8;
-    case 16:
-        return SF_FORMAT_PCM_16;
-    case 24:
-        return SF_FORMAT_PCM_24;
-    default:
-        return SF_FORMAT_PCM_32;
-    }
-}
-
 int fileFormat(const output_target &target) {
-    const int subtype = subtypeOf(target.bytes);
-    const int signed_subtype = subtype == SF_FORMAT_PCM_U8 ? int{SF_FORMAT_PCM_S8} : subtype;
-    if (target.type == file_type::AIFF) {
-        return SF_FORMAT_AIFF | signed_subtype;
-    }
-    if (target.type == file_type::CAF) {
-        return SF_FORMAT_CAF | signed_subtype;
-    }
-    if (!target.frame_count || dataBytes(target).value_or(0) > RIFF_DATA_LIMIT) {
-        return SF_FORMAT_RF64 | subtype;
-    }
-    return (waveMask(target) != 0 ? SF_FORMAT_WAVEX : SF_FORMAT_WAV) | subtype;
+    constexpr int SUBTYPES[] = {SF_FORMAT_PCM_S8, SF_FORMAT_PCM_16, SF_FORMAT_PCM_24,
+                                SF_FORMAT_PCM_32};
+    const bool is_float = target.bytes.format == AUDIO_FORMAT_FLOAT;
+    const int subtype = is_float ? int{SF_FORMAT_FLOAT} : SUBTYPES[target.bytes.bits / 8 - 1];
+    constexpr int TYPES[] = {0, SF_FORMAT_AIFF, SF_FORMAT_CAF, SF_FORMAT_FLAC}; // by file_type
+    return TYPES[static_cast<int>(target.type)] | subtype;
 }
 
 // Little-endian samples of `bytes` bytes, 8 bits unsigned, into the top of 32-bit integers.
@@ -58,21 +34,21 @@ public:
         info.samplerate = static_cast<int>(target.bytes.rate);
         info.channels = target.bytes.channels;
         info.format = fileFormat(target);
-        if (info.samplerate <= 0) {
-            throw conversion_error(target.path + ": no sound file holds a rate of " +
-                                   std::to_string(target.bytes.rate) + " Hz; use --type raw");
-        }
         sound = sf_open_fd(file.descriptor(), SFM_WRITE, &info, SF_FALSE);
         if (sound == nullptr) {
-            throw conversion_error(target.path + ": " + sf_strerror(nullptr));
+            throw conversion_error(target.path + ": " + targetKind(target) +
+                                   " holds no such rate, depth or channels; use --type wav");
         }
         // The chunk carries the time of writing: the same input would give different bytes.
         sf_command(sound, SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
-        // With an unknown length: RF64 only if it comes to that.
-        if (!target.frame_count) {
-            sf_command(sound, SFC_RF64_AUTO_DOWNGRADE, nullptr, SF_TRUE);
+        std::vector<int> codes = mapCodesFromPositions(target.positions);
+        if (codes.size() > 2 && target.type != file_type::FLAC) {
+            const auto byte_count = static_cast<int>(codes.size() * sizeof codes[0]);
+            if (!sf_command(sound, SFC_SET_CHANNEL_MAP_INFO, codes.data(), byte_count)) {
+                warn(target.path + ": this type of file cannot name these speakers");
+            }
         }
-        nameSpeakers();
+        writeTexts(sound, target.metadata);
     }
     ~sound_file_sink() override {
         if (sound != nullptr) {
@@ -99,7 +75,6 @@ public:
         if (status != SF_ERR_NO_ERROR) {
             throw writeFault();
         }
-        file.close();
     }
 
     void commit() override {
@@ -107,15 +82,6 @@ public:
     }
 
 private:
-    void nameSpeakers() {
-        std::vector<int> codes = mapCodesFromPositions(target.positions);
-        const bool is_wave = target.type == file_type::WAV;
-        if (!codes.empty() && (is_wave || codes.size() > 2)) {
-            sf_command(sound, SFC_SET_CHANNEL_MAP_INFO, codes.data(),
-                       static_cast<int>(codes.size() * sizeof codes[0]));
-        }
-    }
-
     bool writeSamples(std::span<const uint8_t> bytes) {
         if (target.bytes.format == AUDIO_FORMAT_FLOAT) {
             floats.resize(bytes.size() / sizeof(float));

@@ -3,11 +3,8 @@
 
 #include <string>
 
-// Removes unfinished output files when SIGINT, SIGTERM or SIGHUP ends the program, and turns
-// SIGPIPE and SIGXFSZ into ordinary write errors. Called once, before the first file.
-void installSignalHandlers();
-
-// A file beside the final one, removed unless commit() renames it. At most 16 at a time.
+// A file without a name until commit(): whatever ends the program, nothing is left behind. Where
+// the file system has no such files, one beside the final one that the destructor removes.
 class temporary_file {
 public:
     // Throws conversion_error when the final name could not be written.
@@ -20,18 +17,17 @@ public:
         return file_descriptor;
     }
 
-    // Closes the file; throws conversion_error when the system reports a late write error.
-    void close();
-
-    // Gives the closed file its final name.
+    // Gives the file its final name and closes it; throws conversion_error when the system
+    // reports a late write error.
     void commit();
 
 private:
+    void giveName();
+
     std::string shown_path;
     std::string target_path; // behind symbolic links
-    std::string path;
+    std::string path;        // empty while the file has no name
     int file_descriptor = -1;
-    int slot = -1; // in the list that the signal handler removes
 };
 
 // Throws conversion_error when a new file could not be put in place of `path`.

@@ -5,10 +5,10 @@ _zt_audio_convert() {
     local options formats="pcm float lpcm-paired lpcm-be aes3" values=""
     COMPREPLY=()
     case $previous in
-    -t | --type) values="wav aiff caf raw" ;;
+    -t | --type) values="wav aiff caf flac raw" ;;
     -f | --format) values=$formats ;;
     -b | --bits) values="8 16 20 24 32" ;;
-    -r | --rate | --in-rate) values="8000 16000 22050 24000 32000 44100 48000 88200 96000 192000" ;;
+    -r | --rate | --in-rate) values="8k 16k 32k 44.1k 48k 88.2k 96k 192k" ;;
     -l | --layout | --in-layout) values="mono stereo 2.1 3.0 3.1 quad 4.1 5.0 5.1 7.0 7.1" ;;
     --split-input)
         compopt -o nospace
@@ -18,7 +18,7 @@ _zt_audio_convert() {
         compopt -o nospace
         values="pcm, float, lpcm-paired, lpcm-be, aes3,"
         ;;
-    --in-order | --out-order | --frame-size | --block) return ;;
+    --in-order | --out-order | --frame-size) return ;;
     esac
     if [[ -n $values ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$values" -- "$current")
