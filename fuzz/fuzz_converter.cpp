@@ -1,11 +1,15 @@
 // Reads its input as settings, an order of calls, the behaviour of the streams and the failures of
 // the allocator, and checks after every call what must hold whatever the host does.
 //
-//     | settings, one byte a choice | fail_at | stream | then per call: kind, size, data... |
+//     | level | settings, one byte a choice | fail_at | stream | then per call: kind, size, data...
+//     |
+//
+// What happens at a level of instructions has to equal what happens with the scalar kernels.
 //
 // The layout of make_corpus.py.
 
 #include "support/conversion.h"
+#include "support/test_level.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -117,12 +121,16 @@ struct stream_behaviour {
     size_t chunks_before = 0;
 };
 
-void checkBetweenCalls(const conversion &run) {
+void checkStreams(const conversion &run) {
     for (const recording_stream &stream : run.streams) {
         if (!stream.faults.empty() || !stream.guardsIntact()) {
             stop("stream: " + stream.faults);
         }
     }
+}
+
+// With every stream open each slot gets all that it has not got yet.
+void checkSlotsAgree(const conversion &run) {
     const bool split = run.settings.output_separate_channels != 0;
     for (int slot = 1; split && slot < run.settings.output_channels; ++slot) {
         if (run.streams[slot].bytes.size() != run.streams[0].bytes.size()) {
@@ -167,14 +175,13 @@ uint64_t expectedBytes(const audio_converter_settings &s, uint64_t input_bytes) 
     return units * unitBytes(out, s.output_channels);
 }
 
-} // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    choices from(data, size);
+// A host's whole dealings with one converter; the bytes that came out, slot by slot.
+std::vector<byte_vector> perform(choices from) {
     const audio_converter_settings settings = chooseSettings(from);
     const uint8_t failing = from.next();
     stream_behaviour behaviour = {.kind = from.next()};
     conversion run(settings, failing, LARGEST_BLOCK_BYTES);
+    std::vector<byte_vector> outputs;
     if (run.converter != nullptr) {
         for (recording_stream &stream : run.streams) {
             stream.room = [&](uint32_t) { return behaviour.room(); };
@@ -187,20 +194,44 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         for (int calls = 0; calls < 200 && !from.ended(); ++calls) {
             const uint32_t result = performCall(run, from, past);
             past.plain = past.plain && result == 0;
-            checkBetweenCalls(run);
+            checkStreams(run);
         }
         const uint32_t end = run.done();
-        checkBetweenCalls(run);
+        checkStreams(run);
         const bool ample = behaviour.kind % 4 == 0 && behaviour.kind < 192 &&
                            settings.out_frame_size >= LARGEST_UNIT_BYTES && !splits_aes3;
         if (past.plain && ample && end == 0 && past.input_bytes != 0 &&
             run.output().size() != expectedBytes(settings, past.input_bytes)) {
             stop(describe(settings) + ": wrong number of bytes");
         }
+        for (recording_stream &stream : run.streams) {
+            stream.room = nullptr;
+            stream.refuses = nullptr;
+        }
+        if (run.done() == 0) {
+            checkSlotsAgree(run);
+        }
+        for (const recording_stream &stream : run.streams) {
+            outputs.push_back(stream.bytes);
+        }
     }
     const std::string trouble = run.close();
     if (!trouble.empty()) {
         stop(trouble);
+    }
+    return outputs;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    choices from(data, size);
+    const auto level = static_cast<cpu_level>(from.next() % (detectCpuLevels().highest + 1u));
+    test_level = CPU_PLAIN;
+    const std::vector<byte_vector> expected = perform(from);
+    test_level = level;
+    if (perform(from) != expected) {
+        stop(std::string(kernelsOf(level).name) + " differs from plain");
     }
     return 0;
 }

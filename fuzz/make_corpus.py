@@ -40,7 +40,8 @@ def seeds():
     for layout in range(14):
         for name, (inputs, outputs, rate, flags, fail_at, stream) in KINDS.items():
             target = (layout * 5 + 3) % 14
-            settings = bytes([layout, inputs - 1, 0, R48, target, outputs - 1, 0, rate, 99, 9,
+            level = layout % 5
+            settings = bytes([level, layout, inputs - 1, 0, R48, target, outputs - 1, 0, rate, 99, 9,
                               flags]) + noise.randbytes(512 if flags & MATRIX else 0)
             calls = [put(block(layout, inputs, noise), k % 2 if flags & SPLIT_IN else 0)
                      for k in range(5)]

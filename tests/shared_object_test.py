@@ -1,7 +1,9 @@
 #!/usr/bin/env python3
 """Checks what the linker made of the library: exports, dependencies, hardening, data, code.
 
-Usage: shared_object_test.py path/to/libzt_trans_audio_converter.so
+Usage: shared_object_test.py path/to/libzt_trans_audio_converter.so OBJECT...
+
+The objects are those that the library was linked from.
 """
 
 import re
@@ -77,8 +79,18 @@ def check_code(path):
     check(not fused, f"fused multiply-adds: {sorted(fused)}")
 
 
+def check_simd_objects(paths):
+    """A weak symbol of theirs could replace one that every processor must be able to run."""
+    simd = [path for path in paths if re.search(r"_(sse2|ssse3|avx2|avx512)\.cpp", path)]
+    check(len(simd) > 5, "no objects of instruction sets")
+    for path in simd:
+        weak = re.findall(r" ([WVu] .*)", run("nm", "-C", "--defined-only", path))
+        check(not weak, f"weak symbols in {Path(path).name}: {weak}")
+
+
 def main():
     path = sys.argv[1]
+    check_simd_objects(sys.argv[2:])
     for check_part in (check_exports, check_dynamic_section, check_imports, check_data,
                        check_code):
         check_part(path)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <cstdint>
+#include "simd/kernels.h"
 
 constexpr double PI = 3.141592653589793;
 constexpr double TWO_PI = 6.283185307179586;
@@ -15,11 +15,10 @@ uint32_t greatestCommonDivisor(uint32_t a, uint32_t b);
 // that stops early: part of the defined result.
 double besselI0(double half_x);
 
-// Fills table[0 .. length - 1] with a Kaiser-windowed sinc, symmetric about its centre.
+// designResamplingFilter fills table[0 .. length - 1] with a Kaiser-windowed sinc, symmetric about
+// its centre.
 //
-//   length  40 * phases + 1
+//   length  TAPS_PER_PHASE * phases + 1
 //   phases  positions of the upsampled grid per input sample; also the gain of the table
 //   beta    shape of the window
 //   cutoff  cycles per position of the upsampled grid
-void designResamplingFilter(double *table, int32_t length, uint32_t phases, double beta,
-                            double cutoff);
