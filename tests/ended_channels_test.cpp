@@ -56,4 +56,18 @@ TEST(EndedChannels, SilentBehindTheirSamples) {
     }
 }
 
+// The frame that completes a pair is silence in all its 32 bits, of which no format of pairs shows
+// the last.
+TEST(EndedChannels, SilenceThatCompletesAPair) {
+    conversion run(makeSettings({{1, 32}, 1, 48000}, {{3, 24}}));
+    run.streams[0].refuses = [] { return true; };
+    EXPECT_EQ(run.put(toBytes({-1})), 0u);
+    EXPECT_EQ(run.done(), 0u);
+    const channel_buffer_set &held = run.converter->work;
+    ASSERT_EQ(held.count, 2u);
+    EXPECT_EQ(held.data[0][0], -1);
+    EXPECT_EQ(held.data[0][1], 0);
+    EXPECT_EQ(run.close(), "");
+}
+
 } // namespace

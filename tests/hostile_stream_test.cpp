@@ -282,6 +282,21 @@ TEST(HostileStream, NoRoomForTwoSeconds) {
     }
 }
 
+// A call that has waited for room and got some waits again.
+TEST(HostileStream, RoomThatComesAndGoes) {
+    for (const uint8_t split_input : {0, 1}) {
+        audio_converter_settings settings = makeSettings({{1, 16}, 1, 48000}, {});
+        settings.input_separate_channels = split_input;
+        conversion run(settings);
+        uint32_t calls = 0;
+        run.streams[0].room = [&](uint32_t) { return calls++ % 5 == 4 ? 20u : 0u; };
+        const byte_vector input = makeInput({1, 16}, 1, 50, 1);
+        EXPECT_EQ(split_input != 0 ? run.putChannel(input, 0) : run.put(input), 0u);
+        EXPECT_EQ(run.streams[0].bytes, input);
+        EXPECT_EQ(run.close(), "");
+    }
+}
+
 // The end waits once, however many blocks it has to drain.
 TEST(HostileStream, TheEndWaitsOnce) {
     audio_converter_settings settings = makeSettings({{1, 16}, 3, 48000}, {});

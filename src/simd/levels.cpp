@@ -38,6 +38,8 @@ bool hasAll(uint32_t word, uint32_t bits) {
     return (word & bits) == bits;
 }
 
+constexpr uint32_t LEAF_PERFORMANCE = 0x8000001a; // AMD
+
 constexpr uint32_t FAMILY_INTEL = 0x06;
 constexpr uint32_t FAMILY_ZEN_4 = 0x19; // AMD; computes 512 bits in halves, as do its elders
 
@@ -56,7 +58,7 @@ uint32_t modelOf(uint32_t signature) {
 // AMD reports the width of the floating-point path in one bit of three. A hypervisor that does not
 // know the one for 512 clears it, but leaves MOVU, which all these processors have: then the path
 // is none of the narrower ones.
-bool reportsWidePath(uint32_t path) {
+bool isWidePath(uint32_t path) {
     constexpr uint32_t FP128 = 1 << 0;
     constexpr uint32_t MOVU = 1 << 1;
     constexpr uint32_t FP256 = 1 << 2;
@@ -64,19 +66,19 @@ bool reportsWidePath(uint32_t path) {
     return (path & FP512) != 0 || (path & (FP128 | MOVU | FP256)) == MOVU;
 }
 
-// A processor that has AVX-512 may compute it in halves, slower than AVX2. AMD reports which, Intel
-// documents it by model; of others nothing is known.
-bool hasWideUnits(uint32_t signature) {
-    constexpr uint32_t LEAF_PERFORMANCE = 0x8000001a;
-    const uint32_t family = familyOf(signature);
-    if (family == FAMILY_INTEL) {
-        return std::find(std::begin(WIDE_INTEL_MODELS), std::end(WIDE_INTEL_MODELS),
-                         modelOf(signature)) != std::end(WIDE_INTEL_MODELS);
-    }
-    return family > FAMILY_ZEN_4 && reportsWidePath(readLeaf(LEAF_PERFORMANCE).eax);
+bool reportsItsPath(uint32_t signature) {
+    return familyOf(signature) > FAMILY_ZEN_4;
 }
 
 } // namespace
+
+bool computes512Bits(uint32_t signature, uint32_t path) {
+    if (familyOf(signature) == FAMILY_INTEL) {
+        return std::find(std::begin(WIDE_INTEL_MODELS), std::end(WIDE_INTEL_MODELS),
+                         modelOf(signature)) != std::end(WIDE_INTEL_MODELS);
+    }
+    return reportsItsPath(signature) && isWidePath(path);
+}
 
 cpu_levels detectCpuLevels() {
     const cpuid_leaf basic = readLeaf(1);
@@ -92,5 +94,6 @@ cpu_levels detectCpuLevels() {
     if (!hasAll(saved, XCR0_SSE_AVX_AVX512) || !hasAll(extended, AVX512_SETS)) {
         return {CPU_AVX2, CPU_AVX2};
     }
-    return {CPU_AVX512, hasWideUnits(basic.eax) ? CPU_AVX512 : CPU_AVX2};
+    const uint32_t path = reportsItsPath(basic.eax) ? readLeaf(LEAF_PERFORMANCE).eax : 0;
+    return {CPU_AVX512, computes512Bits(basic.eax, path) ? CPU_AVX512 : CPU_AVX2};
 }

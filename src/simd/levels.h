@@ -22,3 +22,10 @@ struct cpu_levels {
 };
 
 cpu_levels detectCpuLevels();
+
+// True when a processor with AVX-512 has arithmetic of that width; one that computes it in halves
+// runs AVX2 faster. AMD reports it, Intel documents it by model; of others nothing is known.
+//
+//   signature  leaf 1, eax
+//   path       leaf 0x8000001a, eax; of AMD processors alone
+bool computes512Bits(uint32_t signature, uint32_t path);
