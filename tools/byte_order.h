@@ -39,7 +39,9 @@ public:
         }
     }
     void tag(const char *text) {
-        bytes.insert(bytes.end(), text, text + 4);
+        for (size_t k = 0; k < 4; ++k) {
+            bytes.push_back(static_cast<uint8_t>(text[k]));
+        }
     }
     void array(std::span<const uint8_t> more) {
         std::ranges::copy(more, std::back_inserter(bytes));
