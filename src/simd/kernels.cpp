@@ -1,12 +1,16 @@
 #include "simd/kernels.h"
 
+#include <iterator>
+
 namespace {
 
 // One row a level; a row borrows from the one above what it has no better kernel for. Codecs of
-// bytes gain nothing from 512 bits: they hardly compute.
-constexpr kernel_set KERNEL_TABLE[CPU_LEVELS] = {
+// bytes gain nothing from 512 bits: they hardly compute. Other processors than x86-64 have the
+// first row alone.
+constexpr kernel_set KERNEL_TABLE[] = {
     {"plain", chooseCodecPlain, applyMixMatrix, reorderChannels, resampleChannelsPlain,
      designResamplingFilter},
+#if defined(__x86_64__)
     {"sse2", chooseCodecPlain, applyMixMatrixSse2, moveChannels, resampleChannelsSse2,
      designResamplingFilter},
     {"ssse3", chooseCodecSsse3, applyMixMatrixSse2, moveChannels, resampleChannelsSse2,
@@ -15,10 +19,11 @@ constexpr kernel_set KERNEL_TABLE[CPU_LEVELS] = {
      designResamplingFilterAvx2},
     {"avx512", chooseCodecAvx2, applyMixMatrixAvx512, moveChannels, resampleChannelsAvx512,
      designResamplingFilterAvx2},
+#endif
 };
 
 } // namespace
 
 const kernel_set &kernelsOf(cpu_level level) {
-    return KERNEL_TABLE[level];
+    return KERNEL_TABLE[level < std::size(KERNEL_TABLE) ? level : CPU_PLAIN];
 }

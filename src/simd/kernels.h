@@ -65,4 +65,5 @@ struct kernel_set {
     design_kernel designFilter;
 };
 
+// Of a level that detectCpuLevels gives, or one below it.
 const kernel_set &kernelsOf(cpu_level level);

@@ -1,44 +1,13 @@
 #include "simd/levels.h"
 
-#include <cpuid.h>
-
 #include <algorithm>
 #include <iterator>
 
+#if defined(__x86_64__)
+#include <cpuid.h>
+#endif
+
 namespace {
-
-// Register-file state that the operating system saves, as XCR0 reports it.
-constexpr uint32_t XCR0_SSE_AVX = 0x06;
-constexpr uint32_t XCR0_SSE_AVX_AVX512 = 0xe6;
-
-constexpr uint32_t AVX512_SETS = bit_AVX512F | bit_AVX512BW | bit_AVX512DQ | bit_AVX512VL;
-
-struct cpuid_leaf {
-    uint32_t eax;
-    uint32_t ebx;
-    uint32_t ecx;
-    uint32_t edx;
-};
-
-// Under a hypervisor each of these takes microseconds, so only leaves that decide are read.
-cpuid_leaf readLeaf(uint32_t number) {
-    cpuid_leaf leaf;
-    __cpuid_count(number, 0, leaf.eax, leaf.ebx, leaf.ecx, leaf.edx);
-    return leaf;
-}
-
-uint32_t readXcr0() {
-    uint32_t low;
-    uint32_t high;
-    __asm__("xgetbv" : "=a"(low), "=d"(high) : "c"(0));
-    return low;
-}
-
-bool hasAll(uint32_t word, uint32_t bits) {
-    return (word & bits) == bits;
-}
-
-constexpr uint32_t LEAF_PERFORMANCE = 0x8000001a; // AMD
 
 constexpr uint32_t FAMILY_INTEL = 0x06;
 constexpr uint32_t FAMILY_ZEN_4 = 0x19; // AMD; computes 512 bits in halves, as do its elders
@@ -80,6 +49,45 @@ bool computes512Bits(uint32_t signature, uint32_t path) {
     return reportsItsPath(signature) && isWidePath(path);
 }
 
+#if defined(__x86_64__)
+
+namespace {
+
+// Register-file state that the operating system saves, as XCR0 reports it.
+constexpr uint32_t XCR0_SSE_AVX = 0x06;
+constexpr uint32_t XCR0_SSE_AVX_AVX512 = 0xe6;
+
+constexpr uint32_t AVX512_SETS = bit_AVX512F | bit_AVX512BW | bit_AVX512DQ | bit_AVX512VL;
+
+struct cpuid_leaf {
+    uint32_t eax;
+    uint32_t ebx;
+    uint32_t ecx;
+    uint32_t edx;
+};
+
+// Under a hypervisor each of these takes microseconds, so only leaves that decide are read.
+cpuid_leaf readLeaf(uint32_t number) {
+    cpuid_leaf leaf;
+    __cpuid_count(number, 0, leaf.eax, leaf.ebx, leaf.ecx, leaf.edx);
+    return leaf;
+}
+
+uint32_t readXcr0() {
+    uint32_t low;
+    uint32_t high;
+    __asm__("xgetbv" : "=a"(low), "=d"(high) : "c"(0));
+    return low;
+}
+
+bool hasAll(uint32_t word, uint32_t bits) {
+    return (word & bits) == bits;
+}
+
+constexpr uint32_t LEAF_PERFORMANCE = 0x8000001a; // AMD
+
+} // namespace
+
 cpu_levels detectCpuLevels() {
     const cpuid_leaf basic = readLeaf(1);
     if (!hasAll(basic.ecx, bit_SSSE3)) {
@@ -97,3 +105,11 @@ cpu_levels detectCpuLevels() {
     const uint32_t path = reportsItsPath(basic.eax) ? readLeaf(LEAF_PERFORMANCE).eax : 0;
     return {CPU_AVX512, computes512Bits(basic.eax, path) ? CPU_AVX512 : CPU_AVX2};
 }
+
+#else
+
+cpu_levels detectCpuLevels() {
+    return {CPU_PLAIN, CPU_PLAIN};
+}
+
+#endif

@@ -12,8 +12,6 @@ enum cpu_level : uint8_t {
     CPU_AVX512,
 };
 
-constexpr unsigned CPU_LEVELS = CPU_AVX512 + 1;
-
 // What a machine has and what it runs fastest. Both ask the processor every time: no state is kept.
 struct cpu_levels {
     cpu_level
