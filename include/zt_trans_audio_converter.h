@@ -264,7 +264,13 @@ typedef int (*host_printer)(const char *format, ...);
  * millisecond; after 2 seconds without progress the call returns 1. With separate
  * output streams, each stream's room is divided by the output channel count, every
  * pass reserves on all streams first, and all take the same number of samples, so
- * streams never drift apart. */
+ * streams never drift apart.
+ *
+ * A ring whose areas end at the wrap has less than one frame there, and no wait makes it
+ * more. It needs a bounce area: reserve hands out memory of the stream's own, and commit
+ * copies it into the ring in two parts. 64 bytes are enough for every format, and for every
+ * share with separate output streams. A stream that must not wait returns null from reserve
+ * when it lacks that room: the samples are kept and go out first in the next call. */
 typedef struct bufstream bufstream;
 struct bufstream {
     /* Bytes that the area of the last reserve can take. */
