@@ -1,5 +1,5 @@
 # What `cmake --install` lays down. All of it may be moved to another prefix as a whole.
-# Components: runtime (the library), development (header, pkg-config file, CMake package) and
+# Components: runtime (the library), development (headers, pkg-config file, CMake package) and
 # tool (what tools/ installs).
 
 include(CMakePackageConfigHelpers)
@@ -13,6 +13,7 @@ install(
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime)
 install(
     FILES ${PROJECT_SOURCE_DIR}/include/zt_trans_audio_converter.h
+          ${PROJECT_SOURCE_DIR}/include/zt_trans_audio_converter.hpp
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
     COMPONENT development)
 

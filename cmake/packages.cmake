@@ -45,7 +45,7 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${ZT_RUNTIME_PACKAGE} (= ${PROJECT_VERSION})")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
     "exact, fast conversion of uncompressed audio - development files
-Header, pkg-config file and CMake package of a library that converts between
+Headers, pkg-config file and CMake package of a library that converts between
 sample formats, channel layouts and sample rates.")
 
 if(TARGET zt-audio-convert)

@@ -265,6 +265,13 @@ typedef int (*host_printer)(const char *format, ...);
  * LPCM_BE, plus 4 bytes for AES3) is asked again, first at once and then about every
  * millisecond; after 2 seconds without progress the call returns 1.
  *
+ * A ring whose areas end at the wrap has less than one frame there, and no wait makes it
+ * more. It needs a bounce area: reserve hands out memory of the stream's own, and commit
+ * copies it into the ring in two parts. 64 bytes are enough for every format, and for
+ * every share with separate output streams. A stream that must not wait returns null
+ * from reserve when it lacks that room: the samples are kept and go out first in the
+ * next call.
+ *
  * With separate output streams each stream's room is divided by the output channel
  * count. A pass serves the streams in slot order, one chunk each; an area need not
  * survive a call of another stream, so streams may share one pool, and one stream may

@@ -1,13 +1,14 @@
 #!/usr/bin/env bash
 # Installs a build, moves the tree elsewhere and builds a plain C11 host against it, once by
-# pkg-config and once by the CMake package; then starts what it installed of the programs PROGRAM.
-# Usage: install_test.sh SOURCE_DIR BUILD_DIR WORK_DIR CC [PROGRAM]...
+# pkg-config and once by the CMake package, and a C++17 one; then starts what it installed of the
+# programs PROGRAM. Usage: install_test.sh SOURCE_DIR BUILD_DIR WORK_DIR CC CXX [PROGRAM]...
 set -euo pipefail
 source_dir=$1
 build_dir=$2
 work=$3
 cc=$4
-programs=("${@:5}")
+cxx=$5
+programs=("${@:6}")
 name=zt_trans_audio_converter
 host=$source_dir/examples/convert_in_memory.c
 expected=$source_dir/examples/expected/convert_in_memory.txt
@@ -44,6 +45,9 @@ export PKG_CONFIG_PATH=$library_dir/pkgconfig
 read -ra flags < <(pkg-config --cflags --libs $name)
 "$cc" -std=c11 -Wall -Wextra -Wpedantic -Werror "$host" -o "$work/host/by_pkg_config" "${flags[@]}"
 runHost "$work/host/by_pkg_config"
+"$cxx" -std=c++17 -Wall -Wextra -Wpedantic -Werror "$source_dir/examples/convert.cpp" \
+    -o "$work/host/in_cpp" "${flags[@]}"
+LD_LIBRARY_PATH=$library_dir loadsMovedLibrary "$work/host/in_cpp"
 
 cat >"$work/host/CMakeLists.txt" <<END
 cmake_minimum_required(VERSION 3.25)

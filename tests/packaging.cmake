@@ -25,7 +25,8 @@ zt_add_packaging_test(same_bytes packaging_build_test.sh ${PROJECT_SOURCE_DIR} $
 zt_add_packaging_test(abi abi_test.sh ${ZT_PLAIN_BUILD}/libzt_trans_audio_converter.so)
 zt_add_packaging_test(debian packaging_debian_test.sh ${ZT_PLAIN_BUILD} ${ZT_TOOL_BUILD})
 zt_add_packaging_test(install install_test.sh ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR}
-                      ${ZT_PACKAGING_DIR}/install ${CMAKE_C_COMPILER} ${ZT_PROGRAMS})
+                      ${ZT_PACKAGING_DIR}/install ${CMAKE_C_COMPILER} ${CMAKE_CXX_COMPILER}
+                      ${ZT_PROGRAMS})
 zt_add_packaging_test(header_documentation packaging_doxygen_test.sh ${PROJECT_SOURCE_DIR}
                       ${ZT_PACKAGING_DIR}/doxygen)
 

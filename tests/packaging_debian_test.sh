@@ -27,6 +27,7 @@ library=libzt-trans-audio-converter
 makePackages "$library_build" runtime development
 expectFile $library 'lib/[^/]*/libzt_trans_audio_converter\.so'
 expectFile $library-dev include/zt_trans_audio_converter.h
+expectFile $library-dev include/zt_trans_audio_converter.hpp
 expectFile $library-dev 'lib/[^/]*/pkgconfig/zt_trans_audio_converter\.pc'
 lintian --allow-root --fail-on error,warning "$work"/*.deb
 
