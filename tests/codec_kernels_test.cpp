@@ -65,9 +65,8 @@ std::vector<cpu_level> simdLevels() {
 }
 
 size_t bytesOf(const codec_case &codec, uint32_t samples, uint8_t channels) {
-    const uint32_t whole = codec.pairs ? samples & ~1u : samples;
     const uint32_t header = codec.format == AUDIO_FORMAT_AES3 ? 4 : 0;
-    return audioConverterSamplesToBytes(whole, codec.format, channels, codec.bits) - header;
+    return audioConverterSamplesToBytes(samples, codec.format, channels, codec.bits) - header;
 }
 
 class codec_kernels : public testing::TestWithParam<codec_case> {
@@ -224,6 +223,9 @@ TEST_P(codec_kernels, KeepWithinTheirMemory) {
     for (const cpu_level level : simdLevels()) {
         for (unsigned channels = step; channels <= AUDIO_MAX_CHANNELS; channels += step) {
             for (const uint32_t samples : lengths) {
+                if (GetParam().pairs && samples % 2 != 0) {
+                    continue;
+                }
                 SCOPED_TRACE(testing::Message() << kernelsOf(level).name << ", " << channels
                                                 << " channels, " << samples << " samples");
                 ASSERT_NO_FATAL_FAILURE(

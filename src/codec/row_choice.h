@@ -41,7 +41,21 @@ codec_pair chooseLpcmPaired(unsigned channels, unsigned bits) {
     case 24:
         return pairedCodec<V, paired24<V>>(channels);
     default:
-        return rowCodec<V, shuffled_rows<V, be16_order>, PLAIN_LPCM_PAIRED, 2>(channels);
+        return chooseLpcmBe<V>(channels, 16); // the words are the samples
+    }
+}
+
+template <typename V, typename Rows>
+codec_pair aes3Codec(unsigned channels) {
+    if (channels == 2) {
+        return codecPair<row_codec<Rows, stereo_kernel<V, Rows>, PLAIN_AES3>>();
+    }
+    if constexpr (V::FUSES_STAGES) {
+        return channels == 4   ? codecPair<row_codec<Rows, quad_kernel<V, Rows, 4>, PLAIN_AES3>>()
+               : channels == 6 ? codecPair<row_codec<Rows, six_kernel<V, Rows>, PLAIN_AES3>>()
+                               : codecPair<row_codec<Rows, wide_kernel<V, Rows>, PLAIN_AES3>>();
+    } else {
+        return codecPair<tile_codec<V, row_stage<V, Rows, PLAIN_AES3>, PLAIN_AES3>>();
     }
 }
 
@@ -49,11 +63,11 @@ template <typename V>
 codec_pair chooseAes3(unsigned channels, unsigned bits) {
     switch (bits) {
     case 20:
-        return rowCodec<V, aes3_rows<V, 20>, PLAIN_AES3>(channels);
+        return aes3Codec<V, aes3_rows<V, 20>>(channels);
     case 24:
-        return rowCodec<V, aes3_rows<V, 24>, PLAIN_AES3>(channels);
+        return aes3Codec<V, aes3_rows<V, 24>>(channels);
     default:
-        return rowCodec<V, aes3_rows<V, 16>, PLAIN_AES3>(channels);
+        return aes3Codec<V, aes3_rows<V, 16>>(channels);
     }
 }
 

@@ -12,20 +12,18 @@ codec_pair codecPair() {
     return {Codec::decode, Codec::encode};
 }
 
-// A codec of interleaved rows that takes whole units of UNIT frames, 1 or 2. What does not make up
-// whole steps is in a first step that overlaps the next; less than a step is left to the plain
-// form.
-template <typename Rows, typename Kernel, const codec_pair &PLAIN, unsigned UNIT>
+// A codec of interleaved rows. Frames that do not make up whole steps are in a first step that
+// overlaps the next; less than a step is left to the plain codec.
+template <typename Rows, typename Kernel, const codec_pair &PLAIN>
 struct row_codec {
     static void decode(const channel_pointers &out, const uint8_t *in, uint32_t samples,
                        uint8_t channels, uint8_t bits) {
-        const size_t frames = samples - samples % UNIT;
-        if (frames < Kernel::FRAMES) {
+        if (samples < Kernel::FRAMES) {
             return PLAIN.decode(out, in, samples, channels, bits);
         }
         const Kernel kernel(out, channels);
-        const size_t last = frames - Kernel::FRAMES;
-        size_t frame = frames % Kernel::FRAMES;
+        const size_t last = samples - Kernel::FRAMES;
+        size_t frame = samples % Kernel::FRAMES;
         if (frame != 0) {
             decodeExactly(out, 0, in, channels);
             in += bytesOf(frame, channels);
@@ -39,13 +37,12 @@ struct row_codec {
 
     static void encode(const channel_pointers &in, uint8_t *out, uint32_t samples, uint8_t channels,
                        uint8_t bits) {
-        const size_t frames = samples - samples % UNIT;
-        if (frames < Kernel::FRAMES) {
+        if (samples < Kernel::FRAMES) {
             return PLAIN.encode(in, out, samples, channels, bits);
         }
         const Kernel kernel(in, channels);
-        const size_t last = frames - Kernel::FRAMES;
-        size_t frame = frames % Kernel::FRAMES;
+        const size_t last = samples - Kernel::FRAMES;
+        size_t frame = samples % Kernel::FRAMES;
         if (frame != 0) {
             encodeExactly(in, 0, out, channels);
             out += bytesOf(frame, channels);
@@ -73,23 +70,20 @@ private:
     }
 };
 
-template <typename V, typename Rows, const codec_pair &PLAIN, unsigned UNIT = 1>
-codec_pair rowCodec(unsigned channels) {
+// The kernel of three and more channels in one stage.
+template <typename V, typename Rows, const codec_pair &PLAIN>
+codec_pair fusedCodec(unsigned channels) {
     switch (channels) {
-    case 1:
-        return codecPair<row_codec<Rows, mono_kernel<V, Rows>, PLAIN, UNIT>>();
-    case 2:
-        return codecPair<row_codec<Rows, stereo_kernel<V, Rows>, PLAIN, UNIT>>();
     case 3:
-        return codecPair<row_codec<Rows, quad_kernel<V, Rows, 3>, PLAIN, UNIT>>();
+        return codecPair<row_codec<Rows, quad_kernel<V, Rows, 3>, PLAIN>>();
     case 4:
-        return codecPair<row_codec<Rows, quad_kernel<V, Rows, 4>, PLAIN, UNIT>>();
+        return codecPair<row_codec<Rows, quad_kernel<V, Rows, 4>, PLAIN>>();
     case 6:
-        return codecPair<row_codec<Rows, six_kernel<V, Rows>, PLAIN, UNIT>>();
+        return codecPair<row_codec<Rows, six_kernel<V, Rows>, PLAIN>>();
     default:
         // What is left is 5, 7 and 8: a frame is two quads that may share samples.
         static_assert(AUDIO_MAX_CHANNELS == 8);
-        return codecPair<row_codec<Rows, wide_kernel<V, Rows>, PLAIN, UNIT>>();
+        return codecPair<row_codec<Rows, wide_kernel<V, Rows>, PLAIN>>();
     }
 }
 

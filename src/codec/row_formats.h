@@ -1,5 +1,7 @@
 #pragma once
 
+#include "simd/lanes.h"
+
 #include <cstdint>
 
 // How the vector forms see a format: in rows of four consecutive samples of the interleaved
@@ -7,17 +9,9 @@
 // hold as many rows. unpack() turns the bytes of every lane into its four samples, pack() does the
 // opposite and leaves zeros behind the bytes.
 //
-// A shuffle pattern names, for every byte of the result, the byte of the lane that it comes from.
-//
 // Every unit that includes this has its own instruction set, so all names are internal to it.
 
 namespace {
-
-constexpr int8_t Z = -1; // a zero byte
-
-struct lane_pattern {
-    int8_t from[16];
-};
 
 template <typename V>
 struct pcm8_rows {
@@ -96,10 +90,10 @@ struct float_rows {
     static constexpr unsigned BYTES = 16;
 
     static vec unpack(vec bytes) {
-        return V::fromFloat(bytes);
+        return V::fromFloat(bytes, FLOAT_FULL_SCALE);
     }
     static vec pack(vec samples) {
-        return V::toFloat(samples);
+        return V::toFloat(samples, 1 / FLOAT_FULL_SCALE);
     }
 };
 

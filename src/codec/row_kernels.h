@@ -3,14 +3,11 @@
 #include "codec/row_formats.h"
 #include "core/channel_pointers.h"
 
-#include <emmintrin.h>
-
 #include <cstddef>
 #include <cstring>
 
-// The steps of the vector codecs, over a vector V of LANES lanes of 16 bytes. V joins lanes and
-// splits into them, loads and stores samples, shuffles and interleaves within lanes, and has the
-// operations that the formats in row_formats.h use; that of codec_avx2.cpp has all of them.
+// The steps of the vector codecs, over a vector V of LANES lanes of 16 bytes: vector_avx2.h or
+// vector_ssse3.h in simd/.
 //
 // A step takes FRAMES frames, four for every lane: lane i holds frames 4 i .. 4 i + 3 of a step, on
 // the side of the bytes in rows and on the side of the samples as four samples of one channel.
@@ -27,31 +24,7 @@
 
 namespace {
 
-constexpr unsigned LANE_BYTES = 16;
 constexpr unsigned ROW_SAMPLES = 4;
-
-constexpr unsigned wholeBytes(unsigned bytes) {
-    return bytes <= 4 ? 4 : bytes <= 8 ? 8 : LANE_BYTES;
-}
-
-// 4, 8 or 16 bytes, zeros behind them.
-template <unsigned BYTES>
-inline __m128i loadWhole(const uint8_t *bytes) {
-    if constexpr (BYTES == 4) {
-        return _mm_loadu_si32(bytes);
-    } else if constexpr (BYTES == 8) {
-        return _mm_loadl_epi64(reinterpret_cast<const __m128i *>(bytes));
-    } else {
-        return _mm_loadu_si128(reinterpret_cast<const __m128i *>(bytes));
-    }
-}
-
-// BYTES bytes, read together with those in front of them.
-template <unsigned BYTES>
-inline __m128i loadExact(const uint8_t *bytes) {
-    constexpr unsigned IN_FRONT = wholeBytes(BYTES) - BYTES;
-    return _mm_srli_si128(loadWhole<BYTES + IN_FRONT>(bytes - IN_FRONT), IN_FRONT);
-}
 
 // A row in every lane. The last one has but BYTES bytes of the step; in front of it are those of
 // another lane.
@@ -60,7 +33,7 @@ inline typename V::vec loadRows(const uint8_t *bytes, size_t lane_stride) {
     constexpr unsigned LOADED = Rows::BYTES == 4 ? 4 : LANE_BYTES;
     constexpr unsigned LAST = V::LANES - 1;
     static_assert(LAST > 0);
-    __m128i lanes[V::LANES];
+    lane lanes[V::LANES];
     for (unsigned i = 0; i < LAST; ++i) {
         lanes[i] = loadWhole<LOADED>(bytes + i * lane_stride);
     }
@@ -72,22 +45,10 @@ inline typename V::vec loadRows(const uint8_t *bytes, size_t lane_stride) {
     return Rows::unpack(V::join(lanes));
 }
 
-// 4, 8 or 16 bytes of a row.
-template <unsigned BYTES>
-inline void storeWhole(uint8_t *bytes, __m128i row) {
-    if constexpr (BYTES == 4) {
-        _mm_storeu_si32(bytes, row);
-    } else if constexpr (BYTES == 8) {
-        _mm_storel_epi64(reinterpret_cast<__m128i *>(bytes), row);
-    } else {
-        _mm_storeu_si128(reinterpret_cast<__m128i *>(bytes), row);
-    }
-}
-
 // A row of a lane. Those of the last lane of an EXACT step take their BYTES bytes alone.
 template <typename V, typename Rows, bool EXACT, unsigned BYTES = Rows::BYTES>
-inline void storeRow(uint8_t *bytes, __m128i row, unsigned lane) {
-    if (EXACT && lane == V::LANES - 1) {
+inline void storeRow(uint8_t *bytes, lane row, unsigned number) {
+    if (EXACT && number == V::LANES - 1) {
         memcpy(bytes, &row, BYTES);
     } else {
         storeWhole<wholeBytes(Rows::BYTES)>(bytes, row);
@@ -134,10 +95,10 @@ public:
     template <bool EXACT>
     [[gnu::always_inline]] void encode(size_t frame, uint8_t *out) const {
         for (unsigned half = 0; half < HALVES; ++half) {
-            __m128i lanes[V::LANES];
+            lane lanes[V::LANES];
             V::split(Rows::pack(V::load(samples_ + frame + half * HALF_FRAMES)), lanes);
-            for (unsigned lane = 0; lane < V::LANES; ++lane) {
-                storeRow<V, Rows, EXACT>(out, lanes[lane], lane);
+            for (unsigned at = 0; at < V::LANES; ++at) {
+                storeRow<V, Rows, EXACT>(out, lanes[at], at);
                 out += Rows::BYTES;
             }
         }
@@ -176,13 +137,13 @@ public:
         for (unsigned half = 0; half < HALVES; ++half) {
             const auto left = V::load(left_ + frame + half * HALF_FRAMES);
             const auto right = V::load(right_ + frame + half * HALF_FRAMES);
-            __m128i first[V::LANES];
-            __m128i second[V::LANES];
+            lane first[V::LANES];
+            lane second[V::LANES];
             V::split(Rows::pack(V::interleaveLow32(left, right)), first);
             V::split(Rows::pack(V::interleaveHigh32(left, right)), second);
-            for (unsigned lane = 0; lane < V::LANES; ++lane) {
-                storeRow<V, Rows, EXACT>(out, first[lane], lane);
-                storeRow<V, Rows, EXACT>(out + Rows::BYTES, second[lane], lane);
+            for (unsigned at = 0; at < V::LANES; ++at) {
+                storeRow<V, Rows, EXACT>(out, first[at], at);
+                storeRow<V, Rows, EXACT>(out + Rows::BYTES, second[at], at);
                 out += 2 * Rows::BYTES;
             }
         }
@@ -233,7 +194,7 @@ template <typename V, typename Rows, bool EXACT, unsigned BYTES>
 
 template <typename V, typename Rows>
 [[gnu::always_inline]] inline void encodeQuad(const quad_pointers &in, size_t frame,
-                                              __m128i (&rows)[4][V::LANES]) {
+                                              lane (&rows)[4][V::LANES]) {
     typename V::vec v[4];
     loadQuad<V>(in, frame, v);
     transpose<V>(v);
@@ -259,11 +220,11 @@ public:
 
     template <bool EXACT>
     [[gnu::always_inline]] void encode(size_t frame, uint8_t *out) const {
-        __m128i rows[4][V::LANES];
+        lane rows[4][V::LANES];
         encodeQuad<V, Rows>(quad_, frame, rows);
-        for (unsigned lane = 0; lane < V::LANES; ++lane) {
+        for (unsigned at = 0; at < V::LANES; ++at) {
             for (unsigned i = 0; i < 4; ++i) {
-                storeRow<V, Rows, EXACT, FRAME_BYTES>(out, rows[i][lane], lane);
+                storeRow<V, Rows, EXACT, FRAME_BYTES>(out, rows[i][at], at);
                 out += FRAME_BYTES;
             }
         }
@@ -320,13 +281,13 @@ public:
         const vec row[LANE_ROWS] = {
             v[0], V::interleaveLow64(last_low, v[1]),  V::interleaveHigh64(v[1], last_low),
             v[2], V::interleaveLow64(last_high, v[3]), V::interleaveHigh64(v[3], last_high)};
-        __m128i rows[LANE_ROWS][V::LANES];
+        lane rows[LANE_ROWS][V::LANES];
         for (unsigned i = 0; i < LANE_ROWS; ++i) {
             V::split(Rows::pack(row[i]), rows[i]);
         }
-        for (unsigned lane = 0; lane < V::LANES; ++lane) {
+        for (unsigned at = 0; at < V::LANES; ++at) {
             for (unsigned i = 0; i < LANE_ROWS; ++i) {
-                storeRow<V, Rows, EXACT>(out, rows[i][lane], lane);
+                storeRow<V, Rows, EXACT>(out, rows[i][at], at);
                 out += Rows::BYTES;
             }
         }
@@ -358,14 +319,14 @@ public:
 
     template <bool EXACT>
     [[gnu::always_inline]] void encode(size_t frame, uint8_t *out) const {
-        __m128i first_rows[4][V::LANES];
-        __m128i second_rows[4][V::LANES];
+        lane first_rows[4][V::LANES];
+        lane second_rows[4][V::LANES];
         encodeQuad<V, Rows>(first_, frame, first_rows);
         encodeQuad<V, Rows>(second_, frame, second_rows);
-        for (unsigned lane = 0; lane < V::LANES; ++lane) {
+        for (unsigned at = 0; at < V::LANES; ++at) {
             for (unsigned i = 0; i < 4; ++i) {
-                storeRow<V, Rows, EXACT>(out, first_rows[i][lane], lane);
-                storeRow<V, Rows, EXACT>(out + second_row_, second_rows[i][lane], lane);
+                storeRow<V, Rows, EXACT>(out, first_rows[i][at], at);
+                storeRow<V, Rows, EXACT>(out + second_row_, second_rows[i][at], at);
                 out += frame_bytes_;
             }
         }

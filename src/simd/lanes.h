@@ -1,0 +1,77 @@
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+#include <emmintrin.h>
+
+// Lanes of 16 bytes and rows of bytes in memory: what the vectors of vector_ssse3.h and
+// vector_avx2.h consist of. A shuffle pattern names, for every byte of a lane, the byte of that
+// lane that it comes from.
+//
+// Internal linkage: every unit that is compiled for an instruction set owns its copy.
+namespace {
+
+using lane = __m128i;
+
+constexpr unsigned LANE_BYTES = 16;
+constexpr int8_t Z = -1; // a zero byte
+
+struct lane_pattern {
+    int8_t from[LANE_BYTES];
+};
+
+constexpr unsigned wholeBytes(unsigned bytes) {
+    return bytes <= 4 ? 4 : bytes <= 8 ? 8 : LANE_BYTES;
+}
+
+// 4, 8 or 16 bytes, zeros behind them.
+template <unsigned BYTES>
+inline lane loadWhole(const void *bytes) {
+    if constexpr (BYTES == 4) {
+        return _mm_loadu_si32(bytes);
+    } else if constexpr (BYTES == 8) {
+        return _mm_loadl_epi64(static_cast<const lane *>(bytes));
+    } else {
+        return _mm_loadu_si128(static_cast<const lane *>(bytes));
+    }
+}
+
+// BYTES bytes, read together with those in front of them.
+template <unsigned BYTES>
+inline lane loadExact(const uint8_t *bytes) {
+    constexpr unsigned IN_FRONT = wholeBytes(BYTES) - BYTES;
+    return _mm_srli_si128(loadWhole<BYTES + IN_FRONT>(bytes - IN_FRONT), IN_FRONT);
+}
+
+// The first 4, 8 or 16 bytes.
+template <unsigned BYTES>
+inline void storeWhole(void *bytes, lane row) {
+    if constexpr (BYTES == 4) {
+        _mm_storeu_si32(bytes, row);
+    } else if constexpr (BYTES == 8) {
+        _mm_storel_epi64(static_cast<lane *>(bytes), row);
+    } else {
+        _mm_storeu_si128(static_cast<lane *>(bytes), row);
+    }
+}
+
+// The first eight bytes of one, then those of the other.
+inline lane joinHalves(lane low, lane high) {
+    return _mm_unpacklo_epi64(low, high);
+}
+
+// 2 or 4 bytes, zeros behind them; and from the ninth byte on, BYTES bytes to memory.
+template <unsigned BYTES>
+inline lane loadFew(const uint8_t *bytes) {
+    int32_t value = 0;
+    memcpy(&value, bytes, BYTES);
+    return _mm_cvtsi32_si128(value);
+}
+
+template <unsigned BYTES>
+inline void storeHighFew(uint8_t *bytes, lane row) {
+    const int32_t value = _mm_cvtsi128_si32(_mm_unpackhi_epi64(row, row));
+    memcpy(bytes, &value, BYTES);
+}
+
+} // namespace
