@@ -222,26 +222,30 @@ TEST(Writer, WaitingOutputThatCanNoLongerBeWritten) {
     EXPECT_EQ(host.trouble(), "");
 }
 
-// The reserved area is the host's own input block: all of it is read before the first reserve.
+// The reserved areas run over the host's own input block, from its start, from some chunks in front
+// of it or from its middle: no input is overwritten before it is read.
 TEST(Writer, ConversionInPlace) {
     for (const sample_layout output : {sample_layout{1, 16}, {1, 8}, {3, 16}, {1, 32}, {5, 32}}) {
-        const byte_vector input = makeInput({1, 16}, 2, 500, 6);
-        const auto settings = makeSettings({{1, 16}, 2, 48000}, {output}, 100);
-        const byte_vector expected = convert(settings, input);
-        in_place_stream stream;
-        audio_converter *converter = audioConverterNew(nullptr, &settings);
-        EXPECT_EQ(audioConverterInit(converter, &stream), 0);
-        byte_vector all;
-        for (const size_t end : {1001u, 2000u}) {
-            byte_vector block(input.begin() + (end == 1001 ? 0 : 1001), input.begin() + end);
-            const auto bytes = static_cast<uint32_t>(block.size());
-            block.resize(3 * block.size());
-            stream.next = block.data();
-            EXPECT_EQ(audioConverterPutBytes(converter, block.data(), bytes), 0u);
-            all.insert(all.end(), block.data(), stream.next);
+        for (const auto &[input_at, output_at] : {std::pair{0u, 0u}, {300u, 0u}, {0u, 300u}}) {
+            const byte_vector input = makeInput({1, 16}, 2, 500, 6);
+            const auto settings = makeSettings({{1, 16}, 2, 48000}, {output}, 100);
+            in_place_stream stream;
+            audio_converter *converter = audioConverterNew(nullptr, &settings);
+            EXPECT_EQ(audioConverterInit(converter, &stream), 0);
+            byte_vector all;
+            for (const auto &[start, end] :
+                 {std::pair{0u, 1001u}, {1001u, 1003u}, {1003u, 2000u}}) {
+                const uint32_t bytes = end - start;
+                byte_vector block(3 * bytes + 400);
+                std::copy(&input[start], &input[start] + bytes, &block[input_at]);
+                stream.next = &block[output_at];
+                EXPECT_EQ(audioConverterPutBytes(converter, &block[input_at], bytes), 0u);
+                all.insert(all.end(), &block[output_at], stream.next);
+            }
+            audioConverterFree(converter);
+            EXPECT_TRUE(all == convert(settings, input))
+                << int{output.format} << "/" << int{output.bits} << ", output at " << output_at;
         }
-        audioConverterFree(converter);
-        EXPECT_TRUE(all == expected) << int{output.format} << "/" << int{output.bits};
     }
 }
 

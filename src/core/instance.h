@@ -22,12 +22,13 @@ struct channel_input {
 
 // How output is cut and shared out among the attached streams.
 struct output_limits {
-    encode_function encode;  // of what one stream carries
-    uint32_t shares;         // frame size and room are divided by it; slots below it are written
-    uint32_t unit;           // frames that travel together: 2 for the LPCM formats
-    uint32_t largest_block;  // samples whose bytes may be asked for at once
-    uint32_t largest_chunk;  // samples that the frame size allows; 0: nothing can be written
-    uint8_t stream_channels; // that one stream carries
+    encode_function encode;   // of what one stream carries
+    sample_conversion direct; // interleaved input to the stream in one pass, where that is possible
+    uint32_t shares;          // frame size and room are divided by it; slots below it are written
+    uint32_t unit;            // frames that travel together: 2 for the LPCM formats
+    uint32_t largest_block;   // samples whose bytes may be asked for at once
+    uint32_t largest_chunk;   // samples that the frame size allows; 0: nothing can be written
+    uint8_t stream_channels;  // that one stream carries
 };
 
 // One conversion. The instance owns every array it points to; all come from its `memory` and go

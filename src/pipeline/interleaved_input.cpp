@@ -95,21 +95,28 @@ uint32_t secureCarry(audio_converter &converter, uint32_t tail_count, uint32_t i
                : growCarry(converter, input_count + tail_count, 0);
 }
 
+// The whole frames of an input, per channel, and room for them behind work.count.
+uint32_t makeRoom(audio_converter &converter, const input_bytes &input, uint32_t &samples) {
+    const audio_converter_settings &settings = converter.settings;
+    samples = samplesInBytes(input.count, settings.input_format, settings.input_channels,
+                             settings.input_bits_per_sample);
+    return hasRoomFor(converter.work, samples)
+               ? 0
+               : growChannelBufferSet(converter.memory, converter.work, samples,
+                                      AUDIO_MAX_CHANNELS);
+}
+
 // Decodes every whole frame behind work.count, which stays, and gives the samples per channel.
 // `tail` receives the bytes to carry over, for which there is room in `carry`. On failure the carry
 // holds what it held.
 uint32_t decodeInterleaved(audio_converter &converter, const input_bytes &input, uint32_t &samples,
                            input_bytes &tail) {
-    const audio_converter_settings &settings = converter.settings;
     samples = 0;
     tail = {nullptr, 0};
     if (input.count == 0) {
         return 0;
     }
-    samples = samplesInBytes(input.count, settings.input_format, settings.input_channels,
-                             settings.input_bits_per_sample);
-    if (!hasRoomFor(converter.work, samples) &&
-        growChannelBufferSet(converter.memory, converter.work, samples, AUDIO_MAX_CHANNELS) != 0) {
+    if (makeRoom(converter, input, samples) != 0) {
         return 1;
     }
     const uint32_t consumed = decodeFrames(converter, input, samples);
@@ -146,6 +153,37 @@ uint32_t takeInput(audio_converter &converter, const input_bytes &input, channel
     return 0;
 }
 
+// True when input goes to the stream in one pass, and nothing waits in front of it.
+bool goesDirectly(const audio_converter &converter) {
+    return converter.output.direct.input_bytes != 0 && converter.work.count == 0;
+}
+
+// Takes the input and writes it in one pass. Room for all of it is made as if it were decoded: a
+// stream may refuse it.
+uint32_t putDirectly(audio_converter &converter, const input_bytes &input) {
+    const audio_converter_settings &settings = converter.settings;
+    uint32_t samples;
+    if (makeRoom(converter, input, samples) != 0) {
+        return 1;
+    }
+    const uint32_t consumed = bytesOfSamples(
+        samples, settings.input_format, settings.input_channels, settings.input_bits_per_sample);
+    const input_bytes tail = {input.data + consumed, input.count - consumed};
+    if (secureCarry(converter, tail.count, input.count) != 0) {
+        return 1;
+    }
+    // Streams may write over the host's bytes, the tail over those in the carry.
+    const bool carried = input.data == converter.carry;
+    if (!carried) {
+        keepTail(converter, tail);
+    }
+    const uint32_t result = writeDirectly(converter, input.data, samples);
+    if (carried) {
+        keepTail(converter, tail);
+    }
+    return result;
+}
+
 } // namespace
 
 uint32_t putInterleaved(audio_converter &converter, const uint8_t *bytes, uint32_t byte_count) {
@@ -158,9 +196,14 @@ uint32_t putInterleaved(audio_converter &converter, const uint8_t *bytes, uint32
     }
     converter.stalled = 0;
     input_bytes input;
+    if (assembleInput(converter, bytes, byte_count, input) != 0) {
+        return 1;
+    }
+    if (input.count != 0 && goesDirectly(converter)) {
+        return putDirectly(converter, input);
+    }
     channel_buffer_set *set;
-    if (assembleInput(converter, bytes, byte_count, input) != 0 ||
-        takeInput(converter, input, &set) != 0) {
+    if (takeInput(converter, input, &set) != 0) {
         return 1;
     }
     return writeOutput(converter, *set);

@@ -2,6 +2,7 @@
 
 #include "codec/aes3_header.h"
 #include "codec/codec_choice.h"
+#include "codec/sample_conversion.h"
 #include "codec/sample_count.h"
 #include "core/settings.h"
 
@@ -11,6 +12,14 @@ namespace {
 
 bool isAttached(const bufstream *stream) {
     return stream != nullptr;
+}
+
+// True when every input sample becomes the output sample in the same place of the only stream.
+bool goesDirectly(const audio_converter &converter, const output_limits &limits) {
+    const mixer_state &mixer = converter.mixer;
+    return limits.shares == 1 && converter.settings.input_separate_channels == 0 &&
+           hasEqualRates(converter) && mixer.mix_enabled == 0 && mixer.reorder_enabled == 0 &&
+           mixer.input_channels == mixer.output_channels;
 }
 
 // Samples of the largest chunk that the frame size allows each stream, and the payload of a block.
@@ -41,4 +50,7 @@ void computeOutputLimits(audio_converter &converter) {
     const bool possible = std::any_of(streams, streams + limits.shares, isAttached) &&
                           !(settings.output_format == AUDIO_FORMAT_AES3 && per_channel);
     limits.largest_chunk = possible ? largestChunk(settings, limits) : 0;
+    limits.direct = goesDirectly(converter, limits)
+                        ? chooseSampleConversion(*converter.kernels, settings)
+                        : sample_conversion{};
 }

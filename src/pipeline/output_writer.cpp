@@ -2,19 +2,28 @@
 
 #include "codec/aes3.h"
 #include "codec/aes3_header.h"
+#include "codec/sample_conversion.h"
 #include "codec/sample_count.h"
 #include "pipeline/held_output.h"
 #include "pipeline/stall.h"
 
 #include <algorithm>
+#include <functional>
 
 namespace {
 
-// One call of writeOutput.
+// Whole input frames behind what the set holds, not yet converted.
+struct direct_input {
+    const uint8_t *frames;
+    uint32_t samples; // per channel; 0 for output that is in the set already
+};
+
+// One call of writeOutput or writeDirectly.
 struct output_writer {
     audio_converter &converter;
     const output_limits &limits;
-    const channel_buffer_set &set;
+    channel_buffer_set &set;
+    direct_input &direct;
 };
 
 enum pass_result : uint8_t {
@@ -25,7 +34,7 @@ enum pass_result : uint8_t {
 };
 
 uint32_t pendingOf(const output_writer &writer, unsigned slot) {
-    return writer.set.count - writer.converter.output_position[slot];
+    return writer.set.count + writer.direct.samples - writer.converter.output_position[slot];
 }
 
 uint32_t bytesOf(const output_writer &writer, uint32_t samples) {
@@ -57,6 +66,34 @@ uint32_t chunkSamples(const output_writer &writer, bufstream *stream, uint32_t b
                                                   : std::min(samples, samplesInRoom(writer, room));
 }
 
+size_t directBytes(const output_writer &writer, uint32_t samples) {
+    return size_t{samples} * writer.limits.direct.input_bytes * writer.limits.stream_channels;
+}
+
+bool overlapsInput(const output_writer &writer, const uint8_t *area, uint32_t byte_count) {
+    const uint8_t *input = writer.direct.frames;
+    const std::less<> before;
+    return before(input, area + byte_count) &&
+           before(area, input + directBytes(writer, writer.direct.samples));
+}
+
+void convertChunk(const output_writer &writer, uint8_t *area, uint32_t samples) {
+    direct_input &direct = writer.direct;
+    convertSamples(writer.limits.direct, area, direct.frames,
+                   size_t{samples} * writer.limits.stream_channels);
+    direct.frames += directBytes(writer, samples);
+    direct.samples -= samples;
+}
+
+void decodeDirectInput(const output_writer &writer) {
+    const audio_converter_settings &settings = writer.converter.settings;
+    direct_input &direct = writer.direct;
+    writer.converter.decode(writer.set.data, direct.frames, direct.samples, settings.input_channels,
+                            settings.input_bits_per_sample);
+    writer.set.count += direct.samples;
+    direct.samples = 0;
+}
+
 // All channels, or the slot's own, from the slot's position on.
 void encodeChunk(const output_writer &writer, unsigned slot, uint8_t *area, uint32_t samples) {
     const output_limits &limits = writer.limits;
@@ -72,6 +109,7 @@ void encodeChunk(const output_writer &writer, unsigned slot, uint8_t *area, uint
         limits.encode(channels, area, samples, limits.stream_channels,
                       settings.output_bits_per_sample);
     }
+    writer.converter.output_position[slot] += samples;
 }
 
 // One chunk of one stream, from reserve to aux_info: the area need not outlive a call of any other
@@ -89,9 +127,15 @@ pass_result serveSlot(const output_writer &writer, unsigned slot) {
     if (samples == 0) {
         return NO_ROOM;
     }
-    encodeChunk(writer, slot, area, samples);
-    writer.converter.output_position[slot] += samples;
     const uint32_t bytes = bytesOf(writer, samples);
+    if (writer.direct.samples != 0 && overlapsInput(writer, area, bytes)) {
+        decodeDirectInput(writer);
+    }
+    if (writer.direct.samples != 0) {
+        convertChunk(writer, area, samples);
+    } else {
+        encodeChunk(writer, slot, area, samples);
+    }
     stream->commit(stream, bytes);
     stream->aux_info(stream, bytes, AUX_INFO_CHUNK, nullptr, 0);
     return PROGRESS;
@@ -148,7 +192,19 @@ uint32_t writeOutput(audio_converter &converter, channel_buffer_set &set) {
     if (!canWrite(converter)) {
         return 1;
     }
-    const uint32_t result = writePasses({converter, converter.output, set});
+    direct_input nothing = {};
+    const uint32_t result = writePasses({converter, converter.output, set, nothing});
     settleHeldOutput(converter, set);
+    return result;
+}
+
+uint32_t writeDirectly(audio_converter &converter, const uint8_t *frames, uint32_t samples) {
+    direct_input direct = {frames, samples};
+    const output_writer writer = {converter, converter.output, converter.work, direct};
+    const uint32_t result = writePasses(writer);
+    if (direct.samples != 0) {
+        decodeDirectInput(writer);
+    }
+    settleHeldOutput(converter, converter.work);
     return result;
 }

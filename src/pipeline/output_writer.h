@@ -16,3 +16,8 @@ inline bool canWrite(const audio_converter &converter) {
 // Returns 1 when nothing can be written, a reserve gave null, or no room came for 2 seconds. What
 // some stream has not accepted stays in the set.
 uint32_t writeOutput(audio_converter &converter, channel_buffer_set &set);
+
+// The same for whole frames of interleaved input that `output.direct` converts, as long as the
+// stream takes them: no sample passes through `work`. What it does not take, and all as soon as an
+// area overlaps the rest, is decoded into `work`, which is empty and has room for it.
+uint32_t writeDirectly(audio_converter &converter, const uint8_t *frames, uint32_t samples);

@@ -8,17 +8,17 @@ namespace {
 // bytes gain nothing from 512 bits: they hardly compute. Other processors than x86-64 have the
 // first row alone.
 constexpr kernel_set KERNEL_TABLE[] = {
-    {"plain", chooseCodecPlain, applyMixMatrix, reorderChannels, resampleChannelsPlain,
+    {"plain", chooseCodecPlain, nullptr, applyMixMatrix, reorderChannels, resampleChannelsPlain,
      designResamplingFilter},
 #if defined(__x86_64__)
-    {"sse2", chooseCodecPlain, applyMixMatrixSse2, moveChannels, resampleChannelsSse2,
+    {"sse2", chooseCodecPlain, nullptr, applyMixMatrixSse2, moveChannels, resampleChannelsSse2,
      designResamplingFilter},
-    {"ssse3", chooseCodecSsse3, applyMixMatrixSse2, moveChannels, resampleChannelsSse2,
+    {"ssse3", chooseCodecSsse3, nullptr, applyMixMatrixSse2, moveChannels, resampleChannelsSse2,
      designResamplingFilter},
-    {"avx2", chooseCodecAvx2, applyMixMatrixAvx2, moveChannels, resampleChannelsAvx2,
-     designResamplingFilterAvx2},
-    {"avx512", chooseCodecAvx2, applyMixMatrixAvx512, moveChannels, resampleChannelsAvx512,
-     designResamplingFilterAvx2},
+    {"avx2", chooseCodecAvx2, chooseConversionAvx2, applyMixMatrixAvx2, moveChannels,
+     resampleChannelsAvx2, designResamplingFilterAvx2},
+    {"avx512", chooseCodecAvx2, chooseConversionAvx2, applyMixMatrixAvx512, moveChannels,
+     resampleChannelsAvx512, designResamplingFilterAvx2},
 #endif
 };
 

@@ -20,6 +20,21 @@ codec_pair chooseCodecPlain(uint8_t format, uint8_t channels, uint8_t bits);
 codec_pair chooseCodecSsse3(uint8_t format, uint8_t channels, uint8_t bits);
 codec_pair chooseCodecAvx2(uint8_t format, uint8_t channels, uint8_t bits);
 
+// How interleaved samples of the formats that go sample by sample are coded.
+enum sample_coding : uint8_t {
+    CODING_PCM8,
+    CODING_PCM16,
+    CODING_PCM24,
+    CODING_PCM32,
+    CODING_BE16,
+    CODING_BE20,
+    CODING_BE24,
+    CODING_FLOAT,
+};
+
+using conversion_choice = convert_function (*)(sample_coding in, sample_coding out);
+convert_function chooseConversionAvx2(sample_coding in, sample_coding out);
+
 // As mix_apply.h says.
 using mix_kernel = void (*)(const gain_matrix &matrix, const channel_pointers &channels, uint32_t n,
                             uint8_t input_channels, uint8_t output_channels);
@@ -59,6 +74,7 @@ void designResamplingFilterAvx2(double *table, int32_t length, uint32_t phases, 
 struct kernel_set {
     const char *name;
     codec_choice chooseCodec;
+    conversion_choice chooseConversion; // null: by way of the codecs
     mix_kernel mix;
     reorder_kernel reorder;
     resample_kernel resample;
