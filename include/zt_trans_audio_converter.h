@@ -283,8 +283,9 @@ typedef int (*host_printer)(const char *format, ...);
  * stream attached later begins there. A stream that replaces another goes on where
  * that one stood.
  *
- * The area may overlap the input of the same call: all input is decoded before the
- * first reserve.
+ * The area may overlap the input of the same call, which works as in two buffers. Apart
+ * from that the input stays as it is until the call returns: with equal rates and
+ * layouts it is converted straight into the area.
  *
  * Output that waits takes memory for as long as input goes on. A host that has lost a
  * stream replaces it by one that discards. */
