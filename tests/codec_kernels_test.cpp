@@ -48,7 +48,7 @@ constexpr codec_case CASES[] = {
 constexpr size_t LONGEST = 4099;
 
 // Two of the widest steps and a pair of frames: every kind of step is taken.
-constexpr uint32_t STEPS = 34;
+constexpr uint32_t STEPS = 66;
 
 std::string nameOf(const testing::TestParamInfo<codec_case> &info) {
     return info.param.name;
@@ -56,7 +56,7 @@ std::string nameOf(const testing::TestParamInfo<codec_case> &info) {
 
 std::vector<cpu_level> simdLevels() {
     std::vector<cpu_level> levels;
-    for (const cpu_level level : {CPU_SSSE3, CPU_AVX2}) {
+    for (const cpu_level level : {CPU_SSSE3, CPU_AVX2, CPU_AVX512}) {
         if (level <= detectCpuLevels().highest) {
             levels.push_back(level);
         }
@@ -216,7 +216,7 @@ TEST_P(codec_kernels, AgreeOnEveryBit) {
 
 // Every length, at the ends of the memory that may be touched.
 TEST_P(codec_kernels, KeepWithinTheirMemory) {
-    std::vector<uint32_t> lengths(68);
+    std::vector<uint32_t> lengths(132);
     std::iota(lengths.begin(), lengths.end(), 0);
     lengths.push_back(LONGEST);
     const unsigned step = GetParam().format == AUDIO_FORMAT_AES3 ? 2 : 1;

@@ -85,12 +85,12 @@ private:
 
 void checkPair(conversion_pair &pair, unsigned bytes, uint32_t step) {
     std::mt19937 random(1);
-    for (uint32_t samples = 0; samples <= LONGEST; samples += samples < 70 ? step : 1015 * step) {
+    for (uint32_t samples = 0; samples <= LONGEST; samples += samples < 132 ? step : 1015 * step) {
         byte_vector in(size_t{samples} * bytes);
         std::generate(in.begin(), in.end(), [&] { return static_cast<uint8_t>(random()); });
         ASSERT_TRUE(pair.agrees(in)) << samples << " samples";
     }
-    byte_vector in(size_t{34} * bytes);
+    byte_vector in(size_t{66} * bytes);
     ASSERT_TRUE(pair.agrees(in));
     for (size_t bit = 0; bit < in.size() * 8; ++bit) {
         in[bit / 8] = static_cast<uint8_t>(1 << bit % 8);
@@ -100,7 +100,7 @@ void checkPair(conversion_pair &pair, unsigned bytes, uint32_t step) {
 }
 
 TEST(SampleConversion, GivesWhatDecodingAndEncodingGive) {
-    for (const cpu_level level : {CPU_PLAIN, CPU_SSSE3, CPU_AVX2}) {
+    for (const cpu_level level : {CPU_PLAIN, CPU_SSSE3, CPU_AVX2, CPU_AVX512}) {
         if (level > detectCpuLevels().highest) {
             continue;
         }

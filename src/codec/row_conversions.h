@@ -1,6 +1,6 @@
 #pragma once
 
-#include "codec/row_kernels.h"
+#include "codec/row_codecs.h"
 
 // Rows of one format to rows of another, without a transpose between: one kernel for each pair.
 
@@ -19,64 +19,70 @@ template <typename V, typename In, typename Out, bool EXACT>
     }
 }
 
+// Once in the code: it runs twice at most.
+template <typename V, typename In, typename Out>
+[[gnu::noinline]] void convertExactly(uint8_t *out, const uint8_t *in) {
+    convertStep<V, In, Out, true>(out, in);
+}
+
 // A step or more. What does not make up whole steps is in a first step that overlaps the next.
 template <typename V, typename In, typename Out>
 void convertRows(uint8_t *out, const uint8_t *in, size_t samples) {
     constexpr size_t STEP = HALVES * V::LANES * ROW_SAMPLES;
-    const auto inAt = [in](size_t sample) { return in + sample * In::BYTES / ROW_SAMPLES; };
-    const auto outAt = [out](size_t sample) { return out + sample * Out::BYTES / ROW_SAMPLES; };
     const size_t last = samples - STEP;
-    if (samples % STEP != 0) {
-        convertStep<V, In, Out, true>(out, in);
+    size_t sample = samples % STEP;
+    if (sample != 0) {
+        convertExactly<V, In, Out>(out, in);
     }
-    for (size_t sample = samples % STEP; sample < last; sample += STEP) {
-        convertStep<V, In, Out, false>(outAt(sample), inAt(sample));
+    for (; sample < last; sample += STEP) {
+        convertStep<V, In, Out, false>(out + bytesOf<Out>(sample, 1), in + bytesOf<In>(sample, 1));
     }
-    convertStep<V, In, Out, true>(outAt(last), inAt(last));
+    convertExactly<V, In, Out>(out + bytesOf<Out>(last, 1), in + bytesOf<In>(last, 1));
 }
 
-template <typename V, typename In>
-convert_function conversionFrom(sample_coding out) {
-    switch (out) {
+// What `use` makes of the rows of a coding.
+template <typename V, typename Use>
+convert_function withRows(sample_coding coding, Use use) {
+    switch (coding) {
     case CODING_PCM8:
-        return convertRows<V, In, pcm8_rows<V>>;
+        return use(pcm8_rows<V>());
     case CODING_PCM16:
-        return convertRows<V, In, shuffled_rows<V, pcm16_order>>;
+        return use(shuffled_rows<V, pcm16_order>());
     case CODING_PCM24:
-        return convertRows<V, In, shuffled_rows<V, pcm24_order>>;
+        return use(shuffled_rows<V, pcm24_order>());
     case CODING_PCM32:
-        return convertRows<V, In, pcm32_rows<V>>;
+        return use(pcm32_rows<V>());
     case CODING_BE16:
-        return convertRows<V, In, shuffled_rows<V, be16_order>>;
+        return use(shuffled_rows<V, be16_order>());
     case CODING_BE20:
-        return convertRows<V, In, be20_rows<V>>;
+        return use(be20_rows<V>());
     case CODING_BE24:
-        return convertRows<V, In, shuffled_rows<V, be24_order>>;
+        return use(shuffled_rows<V, be24_order>());
     default:
-        return convertRows<V, In, float_rows<V>>;
+        return use(float_rows<V>());
     }
 }
 
 template <typename V>
 convert_function chooseConversion(sample_coding in, sample_coding out) {
-    switch (in) {
-    case CODING_PCM8:
-        return conversionFrom<V, pcm8_rows<V>>(out);
-    case CODING_PCM16:
-        return conversionFrom<V, shuffled_rows<V, pcm16_order>>(out);
-    case CODING_PCM24:
-        return conversionFrom<V, shuffled_rows<V, pcm24_order>>(out);
-    case CODING_PCM32:
-        return conversionFrom<V, pcm32_rows<V>>(out);
-    case CODING_BE16:
-        return conversionFrom<V, shuffled_rows<V, be16_order>>(out);
-    case CODING_BE20:
-        return conversionFrom<V, be20_rows<V>>(out);
-    case CODING_BE24:
-        return conversionFrom<V, shuffled_rows<V, be24_order>>(out);
-    default:
-        return conversionFrom<V, float_rows<V>>(out);
+    return withRows<V>(in, [out](auto from) {
+        return withRows<V>(out, [](auto to) -> convert_function {
+            return convertRows<V, decltype(from), decltype(to)>;
+        });
+    });
+}
+
+// The same of those that have floats on one side.
+template <typename V>
+convert_function chooseFloatConversion(sample_coding in, sample_coding out) {
+    if (in == CODING_FLOAT) {
+        return withRows<V>(out, [](auto to) -> convert_function {
+            return convertRows<V, float_rows<V>, decltype(to)>;
+        });
     }
+    return withRows<V>(in, [](auto from) -> convert_function {
+        return convertRows<V, decltype(from), float_rows<V>>;
+    });
 }
 
 } // namespace

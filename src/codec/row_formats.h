@@ -9,6 +9,8 @@
 // hold as many rows. unpack() turns the bytes of every lane into its four samples, pack() does the
 // opposite and leaves zeros behind the bytes.
 //
+// JUST_EXACT: rows fill their lane, or cost so much that exact steps are as fast as the others.
+//
 // Every unit that includes this has its own instruction set, so all names are internal to it.
 
 namespace {
@@ -17,6 +19,7 @@ template <typename V>
 struct pcm8_rows {
     using vec = typename V::vec;
     static constexpr unsigned BYTES = 4;
+    static constexpr bool JUST_EXACT = false;
     static constexpr lane_pattern SPREAD = {{Z, Z, Z, 0, Z, Z, Z, 1, Z, Z, Z, 2, Z, Z, Z, 3}};
     static constexpr lane_pattern SQUEEZE = {{3, 7, 11, 15, Z, Z, Z, Z, Z, Z, Z, Z, Z, Z, Z, Z}};
     static constexpr uint32_t SIGN = 0x80000000;
@@ -34,6 +37,7 @@ template <typename V, typename Order>
 struct shuffled_rows {
     using vec = typename V::vec;
     static constexpr unsigned BYTES = Order::BYTES;
+    static constexpr bool JUST_EXACT = false;
 
     static vec unpack(vec bytes) {
         return V::shuffle(bytes, Order::SPREAD);
@@ -71,6 +75,7 @@ template <typename V>
 struct pcm32_rows {
     using vec = typename V::vec;
     static constexpr unsigned BYTES = 16;
+    static constexpr bool JUST_EXACT = true;
 
     static vec unpack(vec bytes) {
         return bytes;
@@ -88,6 +93,7 @@ template <typename V>
 struct float_rows {
     using vec = typename V::vec;
     static constexpr unsigned BYTES = 16;
+    static constexpr bool JUST_EXACT = true;
 
     static vec unpack(vec bytes) {
         return V::fromFloat(bytes, FLOAT_FULL_SCALE);
@@ -102,6 +108,7 @@ template <typename V>
 struct be20_rows {
     using vec = typename V::vec;
     static constexpr unsigned BYTES = 12;
+    static constexpr bool JUST_EXACT = false;
     static constexpr lane_pattern SPREAD = {{2, 1, 0, Z, 5, 4, 3, Z, 8, 7, 6, Z, 11, 10, 9, Z}};
     static constexpr lane_pattern SQUEEZE = {{2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, Z, Z, Z, Z}};
 
@@ -155,6 +162,7 @@ struct paired20_rows {
     using vec = typename V::vec;
     using order = paired20_order<Channels>;
     static constexpr unsigned BYTES = 10;
+    static constexpr bool JUST_EXACT = false;
     static constexpr uint32_t HIGH = 0xf0000000;
 
     // The even sample's high bits are the low nibble of the common byte, the odd one's the high.
@@ -198,6 +206,7 @@ struct aes3_rows {
     using vec = typename V::vec;
     static constexpr unsigned GROUP = Bits / 4 + 1;
     static constexpr unsigned BYTES = 2 * GROUP;
+    static constexpr bool JUST_EXACT = true;
     // From the top of A's 32 bits, and from the top of B's in the upper half, to their places.
     static constexpr unsigned A_SHIFT = 32 - Bits;
     static constexpr unsigned B_SHIFT = 60 - 2 * Bits;

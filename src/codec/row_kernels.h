@@ -79,6 +79,7 @@ class mono_kernel {
     static constexpr size_t HALF_BYTES = V::LANES * Rows::BYTES;
 
 public:
+    static constexpr bool JUST_EXACT = Rows::JUST_EXACT;
     static constexpr size_t FRAMES = HALVES * HALF_FRAMES;
 
     mono_kernel(const channel_pointers &channels, unsigned /*count*/) : samples_(channels[0]) {
@@ -115,6 +116,7 @@ class stereo_kernel {
     static constexpr size_t HALF_BYTES = 2 * V::LANES * Rows::BYTES;
 
 public:
+    static constexpr bool JUST_EXACT = Rows::JUST_EXACT;
     static constexpr size_t FRAMES = HALVES * HALF_FRAMES;
 
     stereo_kernel(const channel_pointers &channels, unsigned /*count*/)
@@ -207,6 +209,7 @@ template <typename V, typename Rows>
 template <typename V, typename Rows, unsigned CHANNELS>
 class quad_kernel {
 public:
+    static constexpr bool JUST_EXACT = Rows::JUST_EXACT && CHANNELS == 4;
     static constexpr size_t FRAMES = 4 * V::LANES;
 
     quad_kernel(const channel_pointers &channels, unsigned /*count*/)
@@ -248,6 +251,7 @@ class six_kernel {
     static constexpr size_t LANE_ROWS = 6;
 
 public:
+    static constexpr bool JUST_EXACT = Rows::JUST_EXACT;
     static constexpr size_t FRAMES = 4 * V::LANES;
 
     six_kernel(const channel_pointers &channels, unsigned /*count*/)
@@ -304,6 +308,7 @@ private:
 template <typename V, typename Rows>
 class wide_kernel {
 public:
+    static constexpr bool JUST_EXACT = Rows::JUST_EXACT;
     static constexpr size_t FRAMES = 4 * V::LANES;
 
     wide_kernel(const channel_pointers &channels, unsigned count)

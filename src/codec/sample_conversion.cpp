@@ -74,7 +74,7 @@ sample_conversion chooseSampleConversion(const kernel_set &kernels,
 void convertSamples(const sample_conversion &conversion, uint8_t *out, const uint8_t *in,
                     size_t samples) {
     constexpr size_t TILE_SAMPLES = 1024; // stays in the first-level cache
-    constexpr size_t FEW_SAMPLES = 16;    // the kernels take no fewer
+    constexpr size_t FEW_SAMPLES = 32;    // the kernels take no fewer
     if (conversion.kernel != nullptr && samples >= FEW_SAMPLES) {
         return conversion.kernel(out, in, samples);
     }

@@ -4,9 +4,8 @@
 
 namespace {
 
-// One row a level; a row borrows from the one above what it has no better kernel for. Codecs of
-// bytes gain nothing from 512 bits: they hardly compute. Other processors than x86-64 have the
-// first row alone.
+// One row a level; a row borrows from the one above what it has no better kernel for. Other
+// processors than x86-64 have the first row alone.
 constexpr kernel_set KERNEL_TABLE[] = {
     {"plain", chooseCodecPlain, nullptr, applyMixMatrix, reorderChannels, resampleChannelsPlain,
      designResamplingFilter},
@@ -17,7 +16,7 @@ constexpr kernel_set KERNEL_TABLE[] = {
      designResamplingFilter},
     {"avx2", chooseCodecAvx2, chooseConversionAvx2, applyMixMatrixAvx2, moveChannels,
      resampleChannelsAvx2, designResamplingFilterAvx2},
-    {"avx512", chooseCodecAvx2, chooseConversionAvx2, applyMixMatrixAvx512, moveChannels,
+    {"avx512", chooseCodecAvx512, chooseConversionAvx512, applyMixMatrixAvx512, moveChannels,
      resampleChannelsAvx512, designResamplingFilterAvx2},
 #endif
 };

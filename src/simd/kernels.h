@@ -19,6 +19,7 @@ using codec_choice = codec_pair (*)(uint8_t format, uint8_t channels, uint8_t bi
 codec_pair chooseCodecPlain(uint8_t format, uint8_t channels, uint8_t bits);
 codec_pair chooseCodecSsse3(uint8_t format, uint8_t channels, uint8_t bits);
 codec_pair chooseCodecAvx2(uint8_t format, uint8_t channels, uint8_t bits);
+codec_pair chooseCodecAvx512(uint8_t format, uint8_t channels, uint8_t bits);
 
 // How interleaved samples of the formats that go sample by sample are coded.
 enum sample_coding : uint8_t {
@@ -34,6 +35,7 @@ enum sample_coding : uint8_t {
 
 using conversion_choice = convert_function (*)(sample_coding in, sample_coding out);
 convert_function chooseConversionAvx2(sample_coding in, sample_coding out);
+convert_function chooseConversionAvx512(sample_coding in, sample_coding out);
 
 // As mix_apply.h says.
 using mix_kernel = void (*)(const gain_matrix &matrix, const channel_pointers &channels, uint32_t n,
