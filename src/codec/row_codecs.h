@@ -12,100 +12,47 @@ codec_pair codecPair() {
     return {Codec::decode, Codec::encode};
 }
 
-// Bytes of frames, from one step to the next.
-template <typename Rows>
-size_t bytesOf(size_t frames, size_t channels) {
-    return frames * channels * Rows::BYTES / ROW_SAMPLES;
-}
-
-// A codec of interleaved rows. Frames that do not make up whole steps are in a first step that
-// overlaps the next; less than a step is left to the plain codec. The first and the last step are
-// exact. This one has exact steps alone, which cost its rows nothing.
-template <typename Rows, typename Kernel, const codec_pair &PLAIN,
-          bool JUST_EXACT = Kernel::JUST_EXACT>
-struct row_codec {
-    static void decode(const channel_pointers &out, const uint8_t *in, uint32_t samples,
-                       uint8_t channels, uint8_t bits) {
-        if (samples < Kernel::FRAMES) {
-            return PLAIN.decode(out, in, samples, channels, bits);
-        }
-        const Kernel kernel(out, channels);
-        size_t step = firstStep(samples);
-        for (size_t frame = 0; frame < samples; frame += step, step = Kernel::FRAMES) {
-            kernel.template decode<true>(frame, in);
-            in += bytesOf<Rows>(step, channels);
-        }
-    }
-
-    static void encode(const channel_pointers &in, uint8_t *out, uint32_t samples, uint8_t channels,
-                       uint8_t bits) {
-        if (samples < Kernel::FRAMES) {
-            return PLAIN.encode(in, out, samples, channels, bits);
-        }
-        const Kernel kernel(in, channels);
-        size_t step = firstStep(samples);
-        for (size_t frame = 0; frame < samples; frame += step, step = Kernel::FRAMES) {
-            kernel.template encode<true>(frame, out);
-            out += bytesOf<Rows>(step, channels);
-        }
-    }
-
-private:
-    static size_t firstStep(size_t samples) {
-        const size_t part = samples % Kernel::FRAMES;
-        return part != 0 ? part : Kernel::FRAMES;
-    }
-};
-
+// A codec of interleaved rows, step by step. Frames that do not make up whole steps are in a first
+// step that overlaps the next, a call of its own; less than a step is left to the plain codec.
 template <typename Rows, typename Kernel, const codec_pair &PLAIN>
-struct row_codec<Rows, Kernel, PLAIN, false> {
-    static void decode(const channel_pointers &out, const uint8_t *in, uint32_t samples,
-                       uint8_t channels, uint8_t bits) {
+struct row_codec {
+    [[gnu::noinline]] static void decode(const channel_pointers &out, const uint8_t *in,
+                                         uint32_t samples, uint8_t channels, uint8_t bits) {
         if (samples < Kernel::FRAMES) {
             return PLAIN.decode(out, in, samples, channels, bits);
         }
-        const Kernel kernel(out, channels);
-        const size_t last = samples - Kernel::FRAMES;
         size_t frame = samples % Kernel::FRAMES;
         if (frame != 0) {
-            decodeExactly(out, 0, in, channels);
-            in += bytesOf<Rows>(frame, channels);
+            decode(out, in, Kernel::FRAMES, channels, bits);
+            in += bytesOf(frame, channels);
         }
-        for (; frame < last; frame += Kernel::FRAMES) {
-            kernel.template decode<false>(frame, in);
-            in += bytesOf<Rows>(Kernel::FRAMES, channels);
+        const Kernel kernel(out, channels);
+        for (; frame < samples; frame += Kernel::FRAMES) {
+            kernel.decode(frame, in);
+            in += bytesOf(Kernel::FRAMES, channels);
         }
-        decodeExactly(out, last, in, channels);
     }
 
-    static void encode(const channel_pointers &in, uint8_t *out, uint32_t samples, uint8_t channels,
-                       uint8_t bits) {
+    [[gnu::noinline]] static void encode(const channel_pointers &in, uint8_t *out, uint32_t samples,
+                                         uint8_t channels, uint8_t bits) {
         if (samples < Kernel::FRAMES) {
             return PLAIN.encode(in, out, samples, channels, bits);
         }
-        const Kernel kernel(in, channels);
-        const size_t last = samples - Kernel::FRAMES;
         size_t frame = samples % Kernel::FRAMES;
         if (frame != 0) {
-            encodeExactly(in, 0, out, channels);
-            out += bytesOf<Rows>(frame, channels);
+            encode(in, out, Kernel::FRAMES, channels, bits);
+            out += bytesOf(frame, channels);
         }
-        for (; frame < last; frame += Kernel::FRAMES) {
-            kernel.template encode<false>(frame, out);
-            out += bytesOf<Rows>(Kernel::FRAMES, channels);
+        const Kernel kernel(in, channels);
+        for (; frame < samples; frame += Kernel::FRAMES) {
+            kernel.encode(frame, out, frame + Kernel::FRAMES == samples);
+            out += bytesOf(Kernel::FRAMES, channels);
         }
-        encodeExactly(in, last, out, channels);
     }
 
 private:
-    // Once in the code, however often it is used.
-    [[gnu::noinline]] static void decodeExactly(const channel_pointers &out, size_t frame,
-                                                const uint8_t *in, unsigned channels) {
-        Kernel(out, channels).template decode<true>(frame, in);
-    }
-    [[gnu::noinline]] static void encodeExactly(const channel_pointers &in, size_t frame,
-                                                uint8_t *out, unsigned channels) {
-        Kernel(in, channels).template encode<true>(frame, out);
+    static size_t bytesOf(size_t frames, size_t channels) {
+        return frames * channels * Rows::BYTES / ROW_SAMPLES;
     }
 };
 

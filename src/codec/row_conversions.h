@@ -6,38 +6,29 @@
 
 namespace {
 
-template <typename V, typename In, typename Out, bool EXACT>
-[[gnu::always_inline]] inline void convertStep(uint8_t *out, const uint8_t *in) {
-    for (unsigned half = 0; half < HALVES; ++half) {
-        lane lanes[V::LANES];
-        V::split(Out::pack(loadRows<V, In, EXACT>(in, In::BYTES)), lanes);
-        in += V::LANES * In::BYTES;
-        for (unsigned i = 0; i < V::LANES; ++i) {
-            storeRow<V, Out, EXACT>(out, lanes[i], i);
-            out += Out::BYTES;
+// A step or more. What does not make up whole steps is in a first step that overlaps the next, a
+// call of its own.
+template <typename V, typename In, typename Out>
+[[gnu::noinline]] void convertRows(uint8_t *out, const uint8_t *in, size_t samples) {
+    constexpr size_t STEP = HALVES * V::LANES * ROW_SAMPLES;
+    const size_t part = samples % STEP;
+    if (part != 0) {
+        convertRows<V, In, Out>(out, in, STEP);
+        in += part * In::BYTES / ROW_SAMPLES;
+        out += part * Out::BYTES / ROW_SAMPLES;
+    }
+    for (size_t left = samples - part; left != 0; left -= STEP) {
+        for (unsigned half = 0; half < HALVES; ++half) {
+            lane lanes[V::LANES];
+            V::split(Out::pack(loadRows<V, In>(in, In::BYTES)), lanes);
+            in += V::LANES * In::BYTES;
+            for (unsigned i = 0; i < V::LANES; ++i) {
+                storeRow<Out>(out, lanes[i],
+                              left == STEP && half + 1 == HALVES && i + 1 == V::LANES);
+                out += Out::BYTES;
+            }
         }
     }
-}
-
-// Once in the code: it runs twice at most.
-template <typename V, typename In, typename Out>
-[[gnu::noinline]] void convertExactly(uint8_t *out, const uint8_t *in) {
-    convertStep<V, In, Out, true>(out, in);
-}
-
-// A step or more. What does not make up whole steps is in a first step that overlaps the next.
-template <typename V, typename In, typename Out>
-void convertRows(uint8_t *out, const uint8_t *in, size_t samples) {
-    constexpr size_t STEP = HALVES * V::LANES * ROW_SAMPLES;
-    const size_t last = samples - STEP;
-    size_t sample = samples % STEP;
-    if (sample != 0) {
-        convertExactly<V, In, Out>(out, in);
-    }
-    for (; sample < last; sample += STEP) {
-        convertStep<V, In, Out, false>(out + bytesOf<Out>(sample, 1), in + bytesOf<In>(sample, 1));
-    }
-    convertExactly<V, In, Out>(out + bytesOf<Out>(last, 1), in + bytesOf<In>(last, 1));
 }
 
 // What `use` makes of the rows of a coding.

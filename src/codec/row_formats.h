@@ -9,23 +9,54 @@
 // hold as many rows. unpack() turns the bytes of every lane into its four samples, pack() does the
 // opposite and leaves zeros behind the bytes.
 //
-// JUST_EXACT: rows fill their lane, or cost so much that exact steps are as fast as the others.
+// The last lane may begin with IN_FRONT bytes that are not its row's.
 //
 // Every unit that includes this has its own instruction set, so all names are internal to it.
 
 namespace {
 
+// The same of a lane that begins with other bytes. What is taken from behind a lane's end plays no
+// part.
+constexpr lane_pattern behind(unsigned in_front, lane_pattern pattern) {
+    for (int8_t &from : pattern.from) {
+        from = static_cast<int8_t>(from == Z ? Z : (from + static_cast<int>(in_front)) % 16);
+    }
+    return pattern;
+}
+
+template <typename V, unsigned IN_FRONT, const lane_pattern &PATTERN>
+typename V::vec spreadRows(typename V::vec bytes) {
+    if constexpr (IN_FRONT == 0) {
+        return V::shuffle(bytes, PATTERN);
+    } else {
+        static constexpr lane_pattern LAST = behind(IN_FRONT, PATTERN);
+        return V::shuffle(bytes, PATTERN, LAST);
+    }
+}
+
+// Rows that fill their lanes.
+template <typename V, unsigned IN_FRONT>
+typename V::vec alignRows(typename V::vec bytes) {
+    static constexpr lane_pattern AS_THEY_ARE = {
+        {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15}};
+    if constexpr (IN_FRONT == 0) {
+        return bytes;
+    } else {
+        return spreadRows<V, IN_FRONT, AS_THEY_ARE>(bytes);
+    }
+}
+
 template <typename V>
 struct pcm8_rows {
     using vec = typename V::vec;
     static constexpr unsigned BYTES = 4;
-    static constexpr bool JUST_EXACT = false;
     static constexpr lane_pattern SPREAD = {{Z, Z, Z, 0, Z, Z, Z, 1, Z, Z, Z, 2, Z, Z, Z, 3}};
     static constexpr lane_pattern SQUEEZE = {{3, 7, 11, 15, Z, Z, Z, Z, Z, Z, Z, Z, Z, Z, Z, Z}};
     static constexpr uint32_t SIGN = 0x80000000;
 
+    template <unsigned IN_FRONT>
     static vec unpack(vec bytes) {
-        return V::exclusiveOr(V::shuffle(bytes, SPREAD), V::all32(SIGN));
+        return V::exclusiveOr(spreadRows<V, IN_FRONT, SPREAD>(bytes), V::all32(SIGN));
     }
     static vec pack(vec samples) {
         return V::shuffle(V::exclusiveOr(samples, V::all32(SIGN)), SQUEEZE);
@@ -37,10 +68,10 @@ template <typename V, typename Order>
 struct shuffled_rows {
     using vec = typename V::vec;
     static constexpr unsigned BYTES = Order::BYTES;
-    static constexpr bool JUST_EXACT = false;
 
+    template <unsigned IN_FRONT>
     static vec unpack(vec bytes) {
-        return V::shuffle(bytes, Order::SPREAD);
+        return spreadRows<V, IN_FRONT, Order::SPREAD>(bytes);
     }
     static vec pack(vec samples) {
         return V::shuffle(samples, Order::SQUEEZE);
@@ -75,10 +106,10 @@ template <typename V>
 struct pcm32_rows {
     using vec = typename V::vec;
     static constexpr unsigned BYTES = 16;
-    static constexpr bool JUST_EXACT = true;
 
+    template <unsigned IN_FRONT>
     static vec unpack(vec bytes) {
-        return bytes;
+        return alignRows<V, IN_FRONT>(bytes);
     }
     static vec pack(vec samples) {
         return samples;
@@ -93,10 +124,10 @@ template <typename V>
 struct float_rows {
     using vec = typename V::vec;
     static constexpr unsigned BYTES = 16;
-    static constexpr bool JUST_EXACT = true;
 
+    template <unsigned IN_FRONT>
     static vec unpack(vec bytes) {
-        return V::fromFloat(bytes, FLOAT_FULL_SCALE);
+        return V::fromFloat(alignRows<V, IN_FRONT>(bytes), FLOAT_FULL_SCALE);
     }
     static vec pack(vec samples) {
         return V::toFloat(samples, 1 / FLOAT_FULL_SCALE);
@@ -108,12 +139,12 @@ template <typename V>
 struct be20_rows {
     using vec = typename V::vec;
     static constexpr unsigned BYTES = 12;
-    static constexpr bool JUST_EXACT = false;
     static constexpr lane_pattern SPREAD = {{2, 1, 0, Z, 5, 4, 3, Z, 8, 7, 6, Z, 11, 10, 9, Z}};
     static constexpr lane_pattern SQUEEZE = {{2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, Z, Z, Z, Z}};
 
+    template <unsigned IN_FRONT>
     static vec unpack(vec bytes) {
-        return V::template shiftLeft32<12>(V::shuffle(bytes, SPREAD));
+        return V::template shiftLeft32<12>(spreadRows<V, IN_FRONT, SPREAD>(bytes));
     }
     static vec pack(vec samples) {
         return V::shuffle(V::template shiftRightSigned32<12>(samples), SQUEEZE);
@@ -162,12 +193,12 @@ struct paired20_rows {
     using vec = typename V::vec;
     using order = paired20_order<Channels>;
     static constexpr unsigned BYTES = 10;
-    static constexpr bool JUST_EXACT = false;
     static constexpr uint32_t HIGH = 0xf0000000;
 
     // The even sample's high bits are the low nibble of the common byte, the odd one's the high.
+    template <unsigned IN_FRONT>
     static vec unpack(vec bytes) {
-        const vec raw = V::shuffle(bytes, order::SPREAD);
+        const vec raw = spreadRows<V, IN_FRONT, order::SPREAD>(bytes);
         const vec even = V::template shiftLeft32<4>(raw);
         const vec high = V::bitAnd(raw, V::all32(HIGH));
         const vec odd = V::bitOr(V::bitAnd(even, V::all32(~HIGH)), high);
@@ -206,7 +237,6 @@ struct aes3_rows {
     using vec = typename V::vec;
     static constexpr unsigned GROUP = Bits / 4 + 1;
     static constexpr unsigned BYTES = 2 * GROUP;
-    static constexpr bool JUST_EXACT = true;
     // From the top of A's 32 bits, and from the top of B's in the upper half, to their places.
     static constexpr unsigned A_SHIFT = 32 - Bits;
     static constexpr unsigned B_SHIFT = 60 - 2 * Bits;
@@ -234,8 +264,9 @@ struct aes3_rows {
     static constexpr lane_pattern SPREAD = spread();
     static constexpr lane_pattern SQUEEZE = squeeze();
 
+    template <unsigned IN_FRONT>
     static vec unpack(vec bytes) {
-        const vec groups = reverseBits<V>(V::shuffle(bytes, SPREAD));
+        const vec groups = reverseBits<V>(spreadRows<V, IN_FRONT, SPREAD>(bytes));
         const vec a = V::template shiftLeft64<A_SHIFT>(groups);
         const vec b = V::template shiftLeft64<B_SHIFT>(groups);
         return V::oddFrom(a, V::bitAnd(b, V::all32(static_cast<uint32_t>(A_MASK << A_SHIFT))));

@@ -19,8 +19,9 @@
 //     | f3 c0 | f3 c1 | f3 c2 | f3 c3 |      | f0 c3 | f1 c3 | f2 c3 | f3 c3 |
 //
 // A row is loaded in 16 bytes, unless it has just 4, and stored in 4, 8 or 16. Rows are stored in
-// ascending order, so that what spills over is then written anew. An EXACT step touches no byte
-// outside; the others need as many bytes behind them as a step has.
+// ascending order, so that what spills over is then written anew. No step touches a byte outside:
+// its last lane is loaded together with bytes in front of it, and the last row of the step that
+// ENDS the bytes is stored exactly.
 
 namespace {
 
@@ -28,30 +29,28 @@ constexpr unsigned ROW_SAMPLES = 4;
 
 // A row in every lane. The last one has but BYTES bytes of the step; in front of it are those of
 // another lane.
-template <typename V, typename Rows, bool EXACT, unsigned BYTES = Rows::BYTES>
+template <typename V, typename Rows, unsigned BYTES = Rows::BYTES>
 inline typename V::vec loadRows(const uint8_t *bytes, size_t lane_stride) {
     constexpr unsigned LOADED = Rows::BYTES == 4 ? 4 : LANE_BYTES;
+    constexpr unsigned IN_FRONT = LOADED - BYTES;
     constexpr unsigned LAST = V::LANES - 1;
     static_assert(LAST > 0);
     lane lanes[V::LANES];
     for (unsigned i = 0; i < LAST; ++i) {
         lanes[i] = loadWhole<LOADED>(bytes + i * lane_stride);
     }
-    if constexpr (EXACT) {
-        lanes[LAST] = loadExact<BYTES>(bytes + LAST * lane_stride);
-    } else {
-        lanes[LAST] = loadWhole<LOADED>(bytes + LAST * lane_stride);
-    }
-    return Rows::unpack(V::join(lanes));
+    lanes[LAST] = loadWhole<LOADED>(bytes + LAST * lane_stride - IN_FRONT);
+    return Rows::template unpack<IN_FRONT>(V::join(lanes));
 }
 
-// A row of a lane. Those of the last lane of an EXACT step take their BYTES bytes alone.
-template <typename V, typename Rows, bool EXACT, unsigned BYTES = Rows::BYTES>
-inline void storeRow(uint8_t *bytes, lane row, unsigned number) {
-    if (EXACT && number == V::LANES - 1) {
+// A row of BYTES bytes, the last of all or another.
+template <typename Rows, unsigned BYTES = Rows::BYTES>
+inline void storeRow(uint8_t *bytes, lane row, bool is_last) {
+    constexpr unsigned WHOLE = wholeBytes(Rows::BYTES);
+    if (BYTES < WHOLE && is_last) {
         memcpy(bytes, &row, BYTES);
     } else {
-        storeWhole<wholeBytes(Rows::BYTES)>(bytes, row);
+        storeWhole<WHOLE>(bytes, row);
     }
 }
 
@@ -79,27 +78,24 @@ class mono_kernel {
     static constexpr size_t HALF_BYTES = V::LANES * Rows::BYTES;
 
 public:
-    static constexpr bool JUST_EXACT = Rows::JUST_EXACT;
     static constexpr size_t FRAMES = HALVES * HALF_FRAMES;
 
     mono_kernel(const channel_pointers &channels, unsigned /*count*/) : samples_(channels[0]) {
     }
 
-    template <bool EXACT>
     [[gnu::always_inline]] void decode(size_t frame, const uint8_t *in) const {
         for (unsigned half = 0; half < HALVES; ++half) {
             V::store(samples_ + frame + half * HALF_FRAMES,
-                     loadRows<V, Rows, EXACT>(in + half * HALF_BYTES, Rows::BYTES));
+                     loadRows<V, Rows>(in + half * HALF_BYTES, Rows::BYTES));
         }
     }
 
-    template <bool EXACT>
-    [[gnu::always_inline]] void encode(size_t frame, uint8_t *out) const {
+    [[gnu::always_inline]] void encode(size_t frame, uint8_t *out, bool ends) const {
         for (unsigned half = 0; half < HALVES; ++half) {
             lane lanes[V::LANES];
             V::split(Rows::pack(V::load(samples_ + frame + half * HALF_FRAMES)), lanes);
             for (unsigned at = 0; at < V::LANES; ++at) {
-                storeRow<V, Rows, EXACT>(out, lanes[at], at);
+                storeRow<Rows>(out, lanes[at], ends && half + 1 == HALVES && at + 1 == V::LANES);
                 out += Rows::BYTES;
             }
         }
@@ -116,26 +112,23 @@ class stereo_kernel {
     static constexpr size_t HALF_BYTES = 2 * V::LANES * Rows::BYTES;
 
 public:
-    static constexpr bool JUST_EXACT = Rows::JUST_EXACT;
     static constexpr size_t FRAMES = HALVES * HALF_FRAMES;
 
     stereo_kernel(const channel_pointers &channels, unsigned /*count*/)
         : left_(channels[0]), right_(channels[1]) {
     }
 
-    template <bool EXACT>
     [[gnu::always_inline]] void decode(size_t frame, const uint8_t *in) const {
         for (unsigned half = 0; half < HALVES; ++half) {
             const uint8_t *rows = in + half * HALF_BYTES;
-            const auto first = loadRows<V, Rows, EXACT>(rows, 2 * Rows::BYTES);
-            const auto second = loadRows<V, Rows, EXACT>(rows + Rows::BYTES, 2 * Rows::BYTES);
+            const auto first = loadRows<V, Rows>(rows, 2 * Rows::BYTES);
+            const auto second = loadRows<V, Rows>(rows + Rows::BYTES, 2 * Rows::BYTES);
             V::store(left_ + frame + half * HALF_FRAMES, V::evens32(first, second));
             V::store(right_ + frame + half * HALF_FRAMES, V::odds32(first, second));
         }
     }
 
-    template <bool EXACT>
-    [[gnu::always_inline]] void encode(size_t frame, uint8_t *out) const {
+    [[gnu::always_inline]] void encode(size_t frame, uint8_t *out, bool ends) const {
         for (unsigned half = 0; half < HALVES; ++half) {
             const auto left = V::load(left_ + frame + half * HALF_FRAMES);
             const auto right = V::load(right_ + frame + half * HALF_FRAMES);
@@ -144,8 +137,9 @@ public:
             V::split(Rows::pack(V::interleaveLow32(left, right)), first);
             V::split(Rows::pack(V::interleaveHigh32(left, right)), second);
             for (unsigned at = 0; at < V::LANES; ++at) {
-                storeRow<V, Rows, EXACT>(out, first[at], at);
-                storeRow<V, Rows, EXACT>(out + Rows::BYTES, second[at], at);
+                storeRow<Rows>(out, first[at], false);
+                storeRow<Rows>(out + Rows::BYTES, second[at],
+                               ends && half + 1 == HALVES && at + 1 == V::LANES);
                 out += 2 * Rows::BYTES;
             }
         }
@@ -183,12 +177,12 @@ inline void storeQuad(const quad_pointers &out, size_t frame, const typename V::
 }
 
 // BYTES of a row belong to its frame.
-template <typename V, typename Rows, bool EXACT, unsigned BYTES>
+template <typename V, typename Rows, unsigned BYTES>
 [[gnu::always_inline]] inline void decodeQuad(const quad_pointers &out, size_t frame,
                                               const uint8_t *rows, size_t frame_bytes) {
     typename V::vec v[4];
     for (unsigned i = 0; i < 4; ++i) {
-        v[i] = loadRows<V, Rows, EXACT, BYTES>(rows + i * frame_bytes, 4 * frame_bytes);
+        v[i] = loadRows<V, Rows, BYTES>(rows + i * frame_bytes, 4 * frame_bytes);
     }
     transpose<V>(v);
     storeQuad<V>(out, frame, v);
@@ -209,25 +203,22 @@ template <typename V, typename Rows>
 template <typename V, typename Rows, unsigned CHANNELS>
 class quad_kernel {
 public:
-    static constexpr bool JUST_EXACT = Rows::JUST_EXACT && CHANNELS == 4;
     static constexpr size_t FRAMES = 4 * V::LANES;
 
     quad_kernel(const channel_pointers &channels, unsigned /*count*/)
         : quad_(channels, 0, CHANNELS) {
     }
 
-    template <bool EXACT>
     [[gnu::always_inline]] void decode(size_t frame, const uint8_t *in) const {
-        decodeQuad<V, Rows, EXACT, FRAME_BYTES>(quad_, frame, in, FRAME_BYTES);
+        decodeQuad<V, Rows, FRAME_BYTES>(quad_, frame, in, FRAME_BYTES);
     }
 
-    template <bool EXACT>
-    [[gnu::always_inline]] void encode(size_t frame, uint8_t *out) const {
+    [[gnu::always_inline]] void encode(size_t frame, uint8_t *out, bool ends) const {
         lane rows[4][V::LANES];
         encodeQuad<V, Rows>(quad_, frame, rows);
         for (unsigned at = 0; at < V::LANES; ++at) {
             for (unsigned i = 0; i < 4; ++i) {
-                storeRow<V, Rows, EXACT, FRAME_BYTES>(out, rows[i][at], at);
+                storeRow<Rows, FRAME_BYTES>(out, rows[i][at], ends && at + 1 == V::LANES && i == 3);
                 out += FRAME_BYTES;
             }
         }
@@ -251,18 +242,16 @@ class six_kernel {
     static constexpr size_t LANE_ROWS = 6;
 
 public:
-    static constexpr bool JUST_EXACT = Rows::JUST_EXACT;
     static constexpr size_t FRAMES = 4 * V::LANES;
 
     six_kernel(const channel_pointers &channels, unsigned /*count*/)
         : first_(channels, 0, 6), fifth_(channels[4]), sixth_(channels[5]) {
     }
 
-    template <bool EXACT>
     [[gnu::always_inline]] void decode(size_t frame, const uint8_t *in) const {
         vec row[LANE_ROWS];
         for (unsigned i = 0; i < LANE_ROWS; ++i) {
-            row[i] = loadRows<V, Rows, EXACT>(in + i * Rows::BYTES, LANE_ROWS * Rows::BYTES);
+            row[i] = loadRows<V, Rows>(in + i * Rows::BYTES, LANE_ROWS * Rows::BYTES);
         }
         const vec last_low = V::lowHigh64(row[1], row[2]);
         const vec last_high = V::lowHigh64(row[4], row[5]);
@@ -273,8 +262,7 @@ public:
         storeQuad<V>(first_, frame, v);
     }
 
-    template <bool EXACT>
-    [[gnu::always_inline]] void encode(size_t frame, uint8_t *out) const {
+    [[gnu::always_inline]] void encode(size_t frame, uint8_t *out, bool ends) const {
         vec v[4];
         loadQuad<V>(first_, frame, v);
         transpose<V>(v);
@@ -291,7 +279,7 @@ public:
         }
         for (unsigned at = 0; at < V::LANES; ++at) {
             for (unsigned i = 0; i < LANE_ROWS; ++i) {
-                storeRow<V, Rows, EXACT>(out, rows[i][at], at);
+                storeRow<Rows>(out, rows[i][at], ends && at + 1 == V::LANES && i + 1 == LANE_ROWS);
                 out += Rows::BYTES;
             }
         }
@@ -308,7 +296,6 @@ private:
 template <typename V, typename Rows>
 class wide_kernel {
 public:
-    static constexpr bool JUST_EXACT = Rows::JUST_EXACT;
     static constexpr size_t FRAMES = 4 * V::LANES;
 
     wide_kernel(const channel_pointers &channels, unsigned count)
@@ -316,22 +303,21 @@ public:
           frame_bytes_(count * Rows::BYTES / 4), second_row_(frame_bytes_ - Rows::BYTES) {
     }
 
-    template <bool EXACT>
     [[gnu::always_inline]] void decode(size_t frame, const uint8_t *in) const {
-        decodeQuad<V, Rows, EXACT, Rows::BYTES>(first_, frame, in, frame_bytes_);
-        decodeQuad<V, Rows, EXACT, Rows::BYTES>(second_, frame, in + second_row_, frame_bytes_);
+        decodeQuad<V, Rows, Rows::BYTES>(first_, frame, in, frame_bytes_);
+        decodeQuad<V, Rows, Rows::BYTES>(second_, frame, in + second_row_, frame_bytes_);
     }
 
-    template <bool EXACT>
-    [[gnu::always_inline]] void encode(size_t frame, uint8_t *out) const {
+    [[gnu::always_inline]] void encode(size_t frame, uint8_t *out, bool ends) const {
         lane first_rows[4][V::LANES];
         lane second_rows[4][V::LANES];
         encodeQuad<V, Rows>(first_, frame, first_rows);
         encodeQuad<V, Rows>(second_, frame, second_rows);
         for (unsigned at = 0; at < V::LANES; ++at) {
             for (unsigned i = 0; i < 4; ++i) {
-                storeRow<V, Rows, EXACT>(out, first_rows[i][at], at);
-                storeRow<V, Rows, EXACT>(out + second_row_, second_rows[i][at], at);
+                storeRow<Rows>(out, first_rows[i][at], ends && at + 1 == V::LANES && i == 3);
+                storeRow<Rows>(out + second_row_, second_rows[i][at],
+                               ends && at + 1 == V::LANES && i == 3);
                 out += frame_bytes_;
             }
         }

@@ -48,17 +48,18 @@ struct group_stage {
 
     size_t group_samples;
     size_t group_bytes;
+    size_t row_count;
 
     explicit group_stage(unsigned channels)
-        : group_samples(2 * channels), group_bytes(group_samples * Depth::BITS / 8) {
+        : group_samples(2 * channels), group_bytes(group_samples * Depth::BITS / 8),
+          row_count((group_samples + ROW_SAMPLES - 1) / ROW_SAMPLES) {
     }
 
     size_t bytesOf(uint32_t frames) const {
         return frames / 2 * group_bytes;
     }
-    // Of the row that starts at `sample` or, for want of four samples, before it.
-    size_t firstSample(size_t sample) const {
-        return sample + ROW_SAMPLES <= group_samples ? sample : group_samples - ROW_SAMPLES;
+    size_t firstSample(size_t row) const {
+        return row + 1 < row_count ? ROW_SAMPLES * row : group_samples - ROW_SAMPLES;
     }
     static size_t wordsAt(size_t sample) {
         return 2 * sample;
@@ -72,14 +73,14 @@ struct group_stage {
         for (size_t g = 0; g < count; g += V::LANES) {
             const lane_groups<V, const uint8_t> bytes(in, g, count, group_bytes);
             const lane_groups<V, int32_t> samples(tile, g, count, group_samples);
-            for (size_t row = 0; row < group_samples; row += ROW_SAMPLES) {
+            for (size_t row = 0; row < row_count; ++row) {
                 const size_t sample = firstSample(row);
                 lane lanes[V::LANES];
                 for (size_t i = 0; i < V::LANES; ++i) {
-                    lanes[i] = joinHalves(loadWhole<8>(bytes.at[i] + wordsAt(sample)),
-                                          loadFew<HIGH_BYTES>(bytes.at[i] + highAt(sample)));
+                    lanes[i] = appendFew<HIGH_BYTES>(loadWhole<8>(bytes.at[i] + wordsAt(sample)),
+                                                     bytes.at[i] + highAt(sample));
                 }
-                V::split(rows::unpack(V::join(lanes)), lanes);
+                V::split(rows::template unpack<0>(V::join(lanes)), lanes);
                 for (size_t i = 0; i < V::LANES; ++i) {
                     storeWhole<LANE_BYTES>(samples.at[i] + sample, lanes[i]);
                 }
@@ -92,7 +93,7 @@ struct group_stage {
         for (size_t g = 0; g < count; g += V::LANES) {
             const lane_groups<V, const int32_t> samples(tile, g, count, group_samples);
             const lane_groups<V, uint8_t> bytes(out, g, count, group_bytes);
-            for (size_t row = 0; row < group_samples; row += ROW_SAMPLES) {
+            for (size_t row = 0; row < row_count; ++row) {
                 const size_t sample = firstSample(row);
                 lane lanes[V::LANES];
                 for (size_t i = 0; i < V::LANES; ++i) {

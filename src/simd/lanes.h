@@ -36,13 +36,6 @@ inline lane loadWhole(const void *bytes) {
     }
 }
 
-// BYTES bytes, read together with those in front of them.
-template <unsigned BYTES>
-inline lane loadExact(const uint8_t *bytes) {
-    constexpr unsigned IN_FRONT = wholeBytes(BYTES) - BYTES;
-    return _mm_srli_si128(loadWhole<BYTES + IN_FRONT>(bytes - IN_FRONT), IN_FRONT);
-}
-
 // The first 4, 8 or 16 bytes.
 template <unsigned BYTES>
 inline void storeWhole(void *bytes, lane row) {
@@ -60,12 +53,13 @@ inline lane joinHalves(lane low, lane high) {
     return _mm_unpacklo_epi64(low, high);
 }
 
-// 2 or 4 bytes, zeros behind them; and from the ninth byte on, BYTES bytes to memory.
+// Two or four bytes behind the first eight of a lane that has zeros there; and those of a lane to
+// memory.
 template <unsigned BYTES>
-inline lane loadFew(const uint8_t *bytes) {
+inline lane appendFew(lane low, const uint8_t *bytes) {
     int32_t value = 0;
     memcpy(&value, bytes, BYTES);
-    return _mm_cvtsi32_si128(value);
+    return BYTES == 2 ? _mm_insert_epi16(low, value, 4) : joinHalves(low, _mm_cvtsi32_si128(value));
 }
 
 template <unsigned BYTES>

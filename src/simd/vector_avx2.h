@@ -40,6 +40,11 @@ struct avx2_vector {
     static vec shuffle(vec bytes, const lane_pattern &pattern) {
         return _mm256_shuffle_epi8(bytes, everyLane(pattern));
     }
+    // With a pattern of its own for the last lane.
+    static vec shuffle(vec bytes, const lane_pattern &pattern, const lane_pattern &last) {
+        return _mm256_shuffle_epi8(
+            bytes, join({loadWhole<LANE_BYTES>(pattern.from), loadWhole<LANE_BYTES>(last.from)}));
+    }
     // Bytes of the table at indices 0..15.
     static vec lookUp(const lane_pattern &table, vec indices) {
         return _mm256_shuffle_epi8(everyLane(table), indices);

@@ -53,6 +53,12 @@ struct avx512_vector {
     static vec shuffle(vec bytes, const lane_pattern &pattern) {
         return _mm512_shuffle_epi8(bytes, everyLane(pattern));
     }
+    // With a pattern of its own for the last lane.
+    static vec shuffle(vec bytes, const lane_pattern &pattern, const lane_pattern &last) {
+        const lane from = loadWhole<LANE_BYTES>(pattern.from);
+        return _mm512_shuffle_epi8(bytes,
+                                   join({from, from, from, loadWhole<LANE_BYTES>(last.from)}));
+    }
     // Bytes of the table at indices 0..15.
     static vec lookUp(const lane_pattern &table, vec indices) {
         return _mm512_shuffle_epi8(everyLane(table), indices);

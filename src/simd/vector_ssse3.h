@@ -50,6 +50,11 @@ struct ssse3_vector {
         const lane from = oneLane(pattern);
         return {_mm_shuffle_epi8(bytes.first, from), _mm_shuffle_epi8(bytes.second, from)};
     }
+    // With a pattern of its own for the last lane.
+    static vec shuffle(vec bytes, const lane_pattern &pattern, const lane_pattern &last) {
+        return {_mm_shuffle_epi8(bytes.first, oneLane(pattern)),
+                _mm_shuffle_epi8(bytes.second, oneLane(last))};
+    }
     // Bytes of the table at indices 0..15.
     static vec lookUp(const lane_pattern &table, vec indices) {
         const lane bytes = oneLane(table);
