@@ -81,9 +81,8 @@ public:
     template <class Sink>
     converter(const audio_converter_settings &settings, Sink sink)
         : state(std::make_unique<instance>()) {
-        const uint32_t frame_size = settings.out_frame_size; /* the record is packed */
         state->sink = std::move(sink);
-        state->area.resize(std::min(frame_size, 1u << 20) + 4);
+        state->area.resize(std::min(uint32_t{settings.out_frame_size}, 1u << 20) + 4);
         message[0] = 0;
         state->handle.reset(audioConverterNew(findFunction, &settings));
         check(state->handle != nullptr, "no memory, a faulty order map or coprime rates");
