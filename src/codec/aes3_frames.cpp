@@ -2,12 +2,12 @@
 
 #include "codec/bytes.h"
 
-// A pair of channels forms a group of 2 * (Bits + 4) bits, numbered from 0:
+// A channel pair has 2 * (Bits + 4) bits a frame, numbered from 0:
 //
 //     | sample A, bit 0 first | 4 extra bits | sample B, bit 0 first | 4 extra bits |
 //
-// Bit k of the group is bit 7 - k % 8 of byte k / 8, so a group is assembled as an integer with
-// group bit k at bit k, and every byte goes out with its bits reversed. The first extra bit, next
+// Bit k of them is bit 7 - k % 8 of byte k / 8, so they are assembled as an integer with
+// bit k at bit k, and every byte goes out with its bits reversed. The first extra bit, next
 // to the sample's top bit, is written 1; the reader ignores all four.
 
 namespace {
@@ -23,7 +23,7 @@ uint8_t reverseBits(uint64_t byte) {
 }
 
 template <unsigned Bits>
-struct group {
+struct channel_pair {
     static constexpr unsigned BYTES = 2 * (Bits + EXTRA_BITS) / 8;
 
     static uint32_t topBits(int32_t sample) {
@@ -55,8 +55,8 @@ void decodeFrames(const channel_pointers &out, const uint8_t *in, uint32_t sampl
                   unsigned channels) {
     for (uint32_t f = 0; f < samples; ++f) {
         for (unsigned c = 0; c + 1 < channels; c += 2) {
-            group<Bits>::read(in, out[c][f], out[c + 1][f]);
-            in += group<Bits>::BYTES;
+            channel_pair<Bits>::read(in, out[c][f], out[c + 1][f]);
+            in += channel_pair<Bits>::BYTES;
         }
     }
 }
@@ -65,8 +65,8 @@ template <unsigned Bits>
 void encodeFrames(const channel_pointers &in, uint8_t *out, uint32_t samples, unsigned channels) {
     for (uint32_t f = 0; f < samples; ++f) {
         for (unsigned c = 0; c + 1 < channels; c += 2) {
-            group<Bits>::write(out, in[c][f], in[c + 1][f]);
-            out += group<Bits>::BYTES;
+            channel_pair<Bits>::write(out, in[c][f], in[c + 1][f]);
+            out += channel_pair<Bits>::BYTES;
         }
     }
 }

@@ -24,7 +24,7 @@ void decodeLpcmBe(const channel_pointers &out, const uint8_t *in, uint32_t sampl
 void encodeLpcmBe(const channel_pointers &in, uint8_t *out, uint32_t samples, uint8_t channels,
                   uint8_t bits);
 
-// Big-endian LPCM in groups of two frames, low words before high bits: 16, 20 or 24 bits. The
+// Big-endian LPCM in pairs of frames, low words before high bits: 16, 20 or 24 bits. The
 // sample count is even.
 void decodeLpcmPaired(const channel_pointers &out, const uint8_t *in, uint32_t samples,
                       uint8_t channels, uint8_t bits);

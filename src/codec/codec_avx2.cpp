@@ -1,5 +1,5 @@
-#include "codec/row_choice.h"
-#include "codec/row_conversions.h"
+#include "codec/quad_choice.h"
+#include "codec/quad_conversions.h"
 #include "simd/vector_avx2.h"
 
 codec_pair chooseCodecAvx2(uint8_t format, uint8_t channels, uint8_t bits) {

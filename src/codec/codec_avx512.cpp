@@ -1,7 +1,7 @@
 #include "simd/vector_avx512.h"
 
-#include "codec/row_choice.h"
-#include "codec/row_conversions.h"
+#include "codec/quad_choice.h"
+#include "codec/quad_conversions.h"
 
 // Twice the width pays where the codecs compute: AES3 and float take 0.55 to 0.78 of the time that
 // they take in AVX2 (AMD family 26). The others move bytes, and gain nothing.
@@ -11,7 +11,7 @@ codec_pair chooseCodecAvx512(uint8_t format, uint8_t channels, uint8_t bits) {
     case AUDIO_FORMAT_AES3:
         return chooseAes3<avx512_vector>(channels, bits);
     case AUDIO_FORMAT_FLOAT:
-        return rowCodec<avx512_vector, float_rows<avx512_vector>, PLAIN_FLOAT>(channels);
+        return quadCodec<avx512_vector, float_quads<avx512_vector>, PLAIN_FLOAT>(channels);
     default:
         return chooseCodecAvx2(format, channels, bits);
     }

@@ -2,7 +2,7 @@
 
 #include "codec/bytes.h"
 
-// A group of two frames of N channels, sample j = frame * N + channel:
+// A pair of frames of N channels, sample j = frame * N + channel:
 //
 //     | word 0 | word 1 | ... | word 2N-1 | high bits            |
 //     | 2 bytes, big-endian, low bits     | 20 bits: N nibble pairs, 24 bits: 2N bytes |
@@ -13,7 +13,7 @@ namespace {
 
 constexpr unsigned WORD_BYTES = 2;
 
-void decodeGroup20(int32_t *const *out, const uint8_t *in, uint32_t frame, unsigned channels) {
+void decodePair20(int32_t *const *out, const uint8_t *in, uint32_t frame, unsigned channels) {
     const uint8_t *high = in + 2 * channels * WORD_BYTES;
     for (unsigned j = 0; j < 2 * channels; ++j) {
         // The reader's order: the even sample in the low nibble.
@@ -23,7 +23,7 @@ void decodeGroup20(int32_t *const *out, const uint8_t *in, uint32_t frame, unsig
     }
 }
 
-void encodeGroup20(int32_t *const *in, uint8_t *out, uint32_t frame, unsigned channels) {
+void encodePair20(int32_t *const *in, uint8_t *out, uint32_t frame, unsigned channels) {
     uint8_t *high = out + 2 * channels * WORD_BYTES;
     for (unsigned j = 0; j < 2 * channels; ++j) {
         const auto sample = static_cast<uint32_t>(in[j % channels][frame + j / channels]);
@@ -37,7 +37,7 @@ void encodeGroup20(int32_t *const *in, uint8_t *out, uint32_t frame, unsigned ch
     }
 }
 
-void decodeGroup24(int32_t *const *out, const uint8_t *in, uint32_t frame, unsigned channels) {
+void decodePair24(int32_t *const *out, const uint8_t *in, uint32_t frame, unsigned channels) {
     const uint8_t *high = in + 2 * channels * WORD_BYTES;
     for (unsigned j = 0; j < 2 * channels; ++j) {
         const uint32_t value = uint32_t{high[j]} << 16 | loadBe16(in + j * WORD_BYTES);
@@ -45,7 +45,7 @@ void decodeGroup24(int32_t *const *out, const uint8_t *in, uint32_t frame, unsig
     }
 }
 
-void encodeGroup24(int32_t *const *in, uint8_t *out, uint32_t frame, unsigned channels) {
+void encodePair24(int32_t *const *in, uint8_t *out, uint32_t frame, unsigned channels) {
     uint8_t *high = out + 2 * channels * WORD_BYTES;
     for (unsigned j = 0; j < 2 * channels; ++j) {
         const auto sample = static_cast<uint32_t>(in[j % channels][frame + j / channels]);
@@ -54,7 +54,7 @@ void encodeGroup24(int32_t *const *in, uint8_t *out, uint32_t frame, unsigned ch
     }
 }
 
-constexpr unsigned groupBytes(unsigned channels, unsigned bits) {
+constexpr unsigned pairBytes(unsigned channels, unsigned bits) {
     return 2 * channels * bits / 8;
 }
 
@@ -65,10 +65,10 @@ void decodeLpcmPaired(const channel_pointers &out, const uint8_t *in, uint32_t s
     if (bits != 20 && bits != 24) {
         return decodeLpcmBe(out, in, samples & ~1u, channels, 16);
     }
-    const auto decode_group = bits == 20 ? decodeGroup20 : decodeGroup24;
+    const auto decode_pair = bits == 20 ? decodePair20 : decodePair24;
     for (uint32_t frame = 0; frame + 1 < samples; frame += 2) {
-        decode_group(out, in, frame, channels);
-        in += groupBytes(channels, bits);
+        decode_pair(out, in, frame, channels);
+        in += pairBytes(channels, bits);
     }
 }
 
@@ -77,9 +77,9 @@ void encodeLpcmPaired(const channel_pointers &in, uint8_t *out, uint32_t samples
     if (bits != 20 && bits != 24) {
         return encodeLpcmBe(in, out, samples & ~1u, channels, 16);
     }
-    const auto encode_group = bits == 20 ? encodeGroup20 : encodeGroup24;
+    const auto encode_pair = bits == 20 ? encodePair20 : encodePair24;
     for (uint32_t frame = 0; frame + 1 < samples; frame += 2) {
-        encode_group(in, out, frame, channels);
-        out += groupBytes(channels, bits);
+        encode_pair(in, out, frame, channels);
+        out += pairBytes(channels, bits);
     }
 }

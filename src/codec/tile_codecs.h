@@ -1,13 +1,14 @@
 #pragma once
 
-#include "codec/row_codecs.h"
+#include "codec/quad_codecs.h"
 
 // Codecs in two stages, over a tile of interleaved 32-bit samples:
 //
 //     bytes <-- the format, a Stage --> tile <-- 32-bit PCM of the channel count --> channel arrays
 //
-// A Stage knows its channel count; `bytesOf` frames, `decode` and `encode` whole tiles of at least
-// FEWEST_SAMPLES. So N formats and M channel counts make N + M kernels instead of N * M.
+// N formats and M channel counts so need N + M kernels instead of N * M. A Stage is made for a
+// channel count. It gives the bytes of a number of frames, and decodes and encodes tiles of
+// FEWEST_SAMPLES or more.
 
 namespace {
 
@@ -30,7 +31,7 @@ template <typename V, typename Stage, const codec_pair &PLAIN>
 struct tile_codec {
     static void decode(const channel_pointers &out, const uint8_t *in, uint32_t samples,
                        uint8_t channels, uint8_t bits) {
-        const auto deinterleave = fusedCodec<V, pcm32_rows<V>, PLAIN_PCM>(channels).decode;
+        const auto deinterleave = fusedCodec<V, pcm32_quads<V>, PLAIN_PCM>(channels).decode;
         const Stage stage(channels);
         alignas(64) int32_t tile[TILE_SAMPLES];
         channel_pointers behind;
@@ -50,7 +51,7 @@ struct tile_codec {
 
     static void encode(const channel_pointers &in, uint8_t *out, uint32_t samples, uint8_t channels,
                        uint8_t bits) {
-        const auto interleave = fusedCodec<V, pcm32_rows<V>, PLAIN_PCM>(channels).encode;
+        const auto interleave = fusedCodec<V, pcm32_quads<V>, PLAIN_PCM>(channels).encode;
         const Stage stage(channels);
         alignas(64) int32_t tile[TILE_SAMPLES];
         channel_pointers behind;
@@ -69,13 +70,13 @@ struct tile_codec {
     }
 };
 
-// Rows, which do not care where a frame ends: all samples are taken as one channel.
-template <typename V, typename Rows, const codec_pair &PLAIN>
-struct row_stage {
-    using codec = row_codec<Rows, mono_kernel<V, Rows>, PLAIN>;
-    static constexpr uint32_t FEWEST_SAMPLES = mono_kernel<V, Rows>::FRAMES;
+// Formats that do not care where a frame ends: all samples are taken as one channel.
+template <typename V, typename Quads, const codec_pair &PLAIN>
+struct quad_stage {
+    using codec = quad_codec<Quads, mono_kernel<V, Quads>, PLAIN>;
+    static constexpr uint32_t FEWEST_SAMPLES = mono_kernel<V, Quads>::FRAMES;
 
-    explicit row_stage(unsigned channel_count) : channels(channel_count) {
+    explicit quad_stage(unsigned channel_count) : channels(channel_count) {
     }
     void decode(int32_t *tile, const uint8_t *in, uint32_t frames) const {
         codec::decode({tile}, in, frames * channels, 1, 0);
@@ -84,26 +85,26 @@ struct row_stage {
         codec::encode({tile}, out, frames * channels, 1, 0);
     }
     size_t bytesOf(uint32_t frames) const {
-        return size_t{frames} * channels * Rows::BYTES / ROW_SAMPLES;
+        return size_t{frames} * channels * Quads::BYTES / QUAD_SAMPLES;
     }
 
     unsigned channels;
 };
 
-// One and two channels have kernels of their own everywhere. More have where a vector is one
-// register; two registers a vector are so much code that they take two stages.
-template <typename V, typename Rows, const codec_pair &PLAIN>
-codec_pair rowCodec(unsigned channels) {
+// One and two channels have kernels of their own at every level. More channels have them where a
+// vector is one register. Vectors of two registers take two stages, for the sake of code size.
+template <typename V, typename Quads, const codec_pair &PLAIN>
+codec_pair quadCodec(unsigned channels) {
     switch (channels) {
     case 1:
-        return codecPair<row_codec<Rows, mono_kernel<V, Rows>, PLAIN>>();
+        return codecPair<quad_codec<Quads, mono_kernel<V, Quads>, PLAIN>>();
     case 2:
-        return codecPair<row_codec<Rows, stereo_kernel<V, Rows>, PLAIN>>();
+        return codecPair<quad_codec<Quads, stereo_kernel<V, Quads>, PLAIN>>();
     default:
         if constexpr (V::FUSES_STAGES) {
-            return fusedCodec<V, Rows, PLAIN>(channels);
+            return fusedCodec<V, Quads, PLAIN>(channels);
         } else {
-            return codecPair<tile_codec<V, row_stage<V, Rows, PLAIN>, PLAIN>>();
+            return codecPair<tile_codec<V, quad_stage<V, Quads, PLAIN>, PLAIN>>();
         }
     }
 }

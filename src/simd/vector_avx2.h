@@ -1,6 +1,6 @@
 #pragma once
 
-#include "simd/lanes.h"
+#include "simd/lanes128.h"
 
 #include <immintrin.h>
 
@@ -10,13 +10,13 @@ namespace {
 // A vector of two 16-byte lanes. Shuffles and interleaving stay within the lanes.
 struct avx2_vector {
     using vec = __m256i;
-    static constexpr unsigned LANES = 2;
+    static constexpr unsigned LANES128 = 2;
     static constexpr bool FUSES_STAGES = true; // see tile_codecs.h
 
-    static vec join(const lane (&lanes)[LANES]) {
+    static vec join(const lane128 (&lanes)[LANES128]) {
         return _mm256_inserti128_si256(_mm256_castsi128_si256(lanes[0]), lanes[1], 1);
     }
-    static void split(vec v, lane (&lanes)[LANES]) {
+    static void split(vec v, lane128 (&lanes)[LANES128]) {
         lanes[0] = _mm256_castsi256_si128(v);
         lanes[1] = _mm256_extracti128_si256(v, 1);
     }
@@ -27,8 +27,8 @@ struct avx2_vector {
         _mm256_storeu_si256(reinterpret_cast<__m256i *>(samples), v);
     }
 
-    static vec everyLane(const lane_pattern &pattern) {
-        return _mm256_broadcastsi128_si256(loadWhole<LANE_BYTES>(pattern.from));
+    static vec everyLane(const shuffle_pattern &pattern) {
+        return _mm256_broadcastsi128_si256(loadWhole<LANE128_BYTES>(pattern.from));
     }
     static vec all32(uint32_t bits) {
         return _mm256_set1_epi32(static_cast<int32_t>(bits));
@@ -37,16 +37,16 @@ struct avx2_vector {
         return _mm256_set1_epi64x(static_cast<int64_t>(bits));
     }
 
-    static vec shuffle(vec bytes, const lane_pattern &pattern) {
+    static vec shuffle(vec bytes, const shuffle_pattern &pattern) {
         return _mm256_shuffle_epi8(bytes, everyLane(pattern));
     }
     // With a pattern of its own for the last lane.
-    static vec shuffle(vec bytes, const lane_pattern &pattern, const lane_pattern &last) {
-        return _mm256_shuffle_epi8(
-            bytes, join({loadWhole<LANE_BYTES>(pattern.from), loadWhole<LANE_BYTES>(last.from)}));
+    static vec shuffle(vec bytes, const shuffle_pattern &pattern, const shuffle_pattern &last) {
+        return _mm256_shuffle_epi8(bytes, join({loadWhole<LANE128_BYTES>(pattern.from),
+                                                loadWhole<LANE128_BYTES>(last.from)}));
     }
     // Bytes of the table at indices 0..15.
-    static vec lookUp(const lane_pattern &table, vec indices) {
+    static vec lookUp(const shuffle_pattern &table, vec indices) {
         return _mm256_shuffle_epi8(everyLane(table), indices);
     }
     static vec bitAnd(vec a, vec b) {
@@ -116,7 +116,7 @@ struct avx2_vector {
 
     // Products of singles with a scale in double precision, truncated and saturated; not-a-number
     // gives 0. No floating-point flag but the inexact one for what is finite.
-    static lane scaleToSamples(__m128 values, double scale) {
+    static lane128 scaleToSamples(__m128 values, double scale) {
         const __m256d scaled = _mm256_mul_pd(_mm256_cvtps_pd(values), _mm256_set1_pd(scale));
         const __m256d not_above = _mm256_min_pd(scaled, _mm256_set1_pd(INT32_MAX));
         return _mm256_cvttpd_epi32(_mm256_max_pd(not_above, _mm256_set1_pd(INT32_MIN)));
@@ -128,7 +128,7 @@ struct avx2_vector {
                      scaleToSamples(_mm256_extractf128_ps(values, 1), scale)});
     }
     // Products in double precision, rounded to singles.
-    static lane scaleToFloat(lane samples, double scale) {
+    static lane128 scaleToFloat(lane128 samples, double scale) {
         const __m256d products = _mm256_mul_pd(_mm256_cvtepi32_pd(samples), _mm256_set1_pd(scale));
         return _mm_castps_si128(_mm256_cvtpd_ps(products));
     }

@@ -11,7 +11,7 @@
 #pragma GCC diagnostic pop
 #endif
 
-#include "simd/lanes.h"
+#include "simd/lanes128.h"
 
 // Internal linkage: every unit that is compiled for this instruction set owns its copy.
 namespace {
@@ -19,15 +19,15 @@ namespace {
 // A vector of four 16-byte lanes. Shuffles and interleaving stay within the lanes.
 struct avx512_vector {
     using vec = __m512i;
-    static constexpr unsigned LANES = 4;
+    static constexpr unsigned LANES128 = 4;
     static constexpr bool FUSES_STAGES = true; // see tile_codecs.h
 
-    static vec join(const lane (&lanes)[LANES]) {
+    static vec join(const lane128 (&lanes)[LANES128]) {
         const __m256i low = _mm256_inserti128_si256(_mm256_castsi128_si256(lanes[0]), lanes[1], 1);
         const __m256i high = _mm256_inserti128_si256(_mm256_castsi128_si256(lanes[2]), lanes[3], 1);
         return _mm512_inserti64x4(_mm512_castsi256_si512(low), high, 1);
     }
-    static void split(vec v, lane (&lanes)[LANES]) {
+    static void split(vec v, lane128 (&lanes)[LANES128]) {
         lanes[0] = _mm512_castsi512_si128(v);
         lanes[1] = _mm512_extracti32x4_epi32(v, 1);
         lanes[2] = _mm512_extracti32x4_epi32(v, 2);
@@ -40,8 +40,8 @@ struct avx512_vector {
         _mm512_storeu_si512(samples, v);
     }
 
-    static vec everyLane(const lane_pattern &pattern) {
-        return _mm512_broadcast_i32x4(loadWhole<LANE_BYTES>(pattern.from));
+    static vec everyLane(const shuffle_pattern &pattern) {
+        return _mm512_broadcast_i32x4(loadWhole<LANE128_BYTES>(pattern.from));
     }
     static vec all32(uint32_t bits) {
         return _mm512_set1_epi32(static_cast<int32_t>(bits));
@@ -50,17 +50,17 @@ struct avx512_vector {
         return _mm512_set1_epi64(static_cast<int64_t>(bits));
     }
 
-    static vec shuffle(vec bytes, const lane_pattern &pattern) {
+    static vec shuffle(vec bytes, const shuffle_pattern &pattern) {
         return _mm512_shuffle_epi8(bytes, everyLane(pattern));
     }
     // With a pattern of its own for the last lane.
-    static vec shuffle(vec bytes, const lane_pattern &pattern, const lane_pattern &last) {
-        const lane from = loadWhole<LANE_BYTES>(pattern.from);
+    static vec shuffle(vec bytes, const shuffle_pattern &pattern, const shuffle_pattern &last) {
+        const lane128 from = loadWhole<LANE128_BYTES>(pattern.from);
         return _mm512_shuffle_epi8(bytes,
-                                   join({from, from, from, loadWhole<LANE_BYTES>(last.from)}));
+                                   join({from, from, from, loadWhole<LANE128_BYTES>(last.from)}));
     }
     // Bytes of the table at indices 0..15.
-    static vec lookUp(const lane_pattern &table, vec indices) {
+    static vec lookUp(const shuffle_pattern &table, vec indices) {
         return _mm512_shuffle_epi8(everyLane(table), indices);
     }
     static vec bitAnd(vec a, vec b) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "simd/lanes.h"
+#include "simd/lanes128.h"
 
 #include <tmmintrin.h>
 
@@ -10,33 +10,33 @@ namespace {
 // Two 16-byte lanes, a register each. Shuffles and interleaving stay within the lanes.
 struct ssse3_vector {
     struct vec {
-        lane first;
-        lane second;
+        lane128 first;
+        lane128 second;
     };
-    static constexpr unsigned LANES = 2;
+    static constexpr unsigned LANES128 = 2;
     static constexpr bool FUSES_STAGES = false; // see tile_codecs.h
 
-    static vec join(const lane (&lanes)[LANES]) {
+    static vec join(const lane128 (&lanes)[LANES128]) {
         return {lanes[0], lanes[1]};
     }
-    static void split(vec v, lane (&lanes)[LANES]) {
+    static void split(vec v, lane128 (&lanes)[LANES128]) {
         lanes[0] = v.first;
         lanes[1] = v.second;
     }
     static vec load(const int32_t *samples) {
-        const auto *lanes = reinterpret_cast<const lane *>(samples);
+        const auto *lanes = reinterpret_cast<const lane128 *>(samples);
         return {_mm_loadu_si128(lanes), _mm_loadu_si128(lanes + 1)};
     }
     static void store(int32_t *samples, vec v) {
-        auto *lanes = reinterpret_cast<lane *>(samples);
+        auto *lanes = reinterpret_cast<lane128 *>(samples);
         _mm_storeu_si128(lanes, v.first);
         _mm_storeu_si128(lanes + 1, v.second);
     }
 
-    static lane oneLane(const lane_pattern &pattern) {
-        return loadWhole<LANE_BYTES>(pattern.from);
+    static lane128 oneLane(const shuffle_pattern &pattern) {
+        return loadWhole<LANE128_BYTES>(pattern.from);
     }
-    static vec everyLane(lane one) {
+    static vec everyLane(lane128 one) {
         return {one, one};
     }
     static vec all32(uint32_t bits) {
@@ -46,18 +46,18 @@ struct ssse3_vector {
         return everyLane(_mm_set1_epi64x(static_cast<int64_t>(bits)));
     }
 
-    static vec shuffle(vec bytes, const lane_pattern &pattern) {
-        const lane from = oneLane(pattern);
+    static vec shuffle(vec bytes, const shuffle_pattern &pattern) {
+        const lane128 from = oneLane(pattern);
         return {_mm_shuffle_epi8(bytes.first, from), _mm_shuffle_epi8(bytes.second, from)};
     }
     // With a pattern of its own for the last lane.
-    static vec shuffle(vec bytes, const lane_pattern &pattern, const lane_pattern &last) {
+    static vec shuffle(vec bytes, const shuffle_pattern &pattern, const shuffle_pattern &last) {
         return {_mm_shuffle_epi8(bytes.first, oneLane(pattern)),
                 _mm_shuffle_epi8(bytes.second, oneLane(last))};
     }
     // Bytes of the table at indices 0..15.
-    static vec lookUp(const lane_pattern &table, vec indices) {
-        const lane bytes = oneLane(table);
+    static vec lookUp(const shuffle_pattern &table, vec indices) {
+        const lane128 bytes = oneLane(table);
         return {_mm_shuffle_epi8(bytes, indices.first), _mm_shuffle_epi8(bytes, indices.second)};
     }
     static vec bitAnd(vec a, vec b) {
@@ -111,7 +111,7 @@ struct ssse3_vector {
         return {_mm_unpackhi_epi64(a.first, b.first), _mm_unpackhi_epi64(a.second, b.second)};
     }
     template <int From>
-    static lane choose64(lane a, lane b) {
+    static lane128 choose64(lane128 a, lane128 b) {
         return _mm_castpd_si128(_mm_shuffle_pd(_mm_castsi128_pd(a), _mm_castsi128_pd(b), From));
     }
     // The low half of a lane of `a` and the high half of `b`, or the high of `a` and the low of
@@ -123,7 +123,7 @@ struct ssse3_vector {
         return {choose64<0x1>(a.first, b.first), choose64<0x1>(a.second, b.second)};
     }
     template <int From>
-    static lane choose32(lane a, lane b) {
+    static lane128 choose32(lane128 a, lane128 b) {
         return _mm_castps_si128(_mm_shuffle_ps(_mm_castsi128_ps(a), _mm_castsi128_ps(b), From));
     }
     // The even, or the odd, 32 bits of both, those of `a` first.
@@ -136,12 +136,12 @@ struct ssse3_vector {
 
     // Of the low two values. Products with a scale in double precision, truncated and saturated;
     // not-a-number gives 0. No floating-point flag but the inexact one for what is finite.
-    static lane scaleToSamples(__m128 values, double scale) {
+    static lane128 scaleToSamples(__m128 values, double scale) {
         const __m128d scaled = _mm_mul_pd(_mm_cvtps_pd(values), _mm_set1_pd(scale));
         const __m128d not_above = _mm_min_pd(scaled, _mm_set1_pd(INT32_MAX));
         return _mm_cvttpd_epi32(_mm_max_pd(not_above, _mm_set1_pd(INT32_MIN)));
     }
-    static lane laneFromFloat(lane bits, double scale) {
+    static lane128 laneFromFloat(lane128 bits, double scale) {
         const __m128 any = _mm_castsi128_ps(bits);
         const __m128 values = _mm_and_ps(any, _mm_cmpord_ps(any, any));
         return joinHalves(scaleToSamples(values, scale),
@@ -151,11 +151,11 @@ struct ssse3_vector {
         return {laneFromFloat(bits.first, scale), laneFromFloat(bits.second, scale)};
     }
     // Of the low two samples. Products in double precision, rounded to singles.
-    static __m128 scaleToFloat(lane samples, double scale) {
+    static __m128 scaleToFloat(lane128 samples, double scale) {
         return _mm_cvtpd_ps(_mm_mul_pd(_mm_cvtepi32_pd(samples), _mm_set1_pd(scale)));
     }
-    static lane laneToFloat(lane samples, double scale) {
-        const lane high = _mm_unpackhi_epi64(samples, samples);
+    static lane128 laneToFloat(lane128 samples, double scale) {
+        const lane128 high = _mm_unpackhi_epi64(samples, samples);
         return _mm_castps_si128(
             _mm_movelh_ps(scaleToFloat(samples, scale), scaleToFloat(high, scale)));
     }

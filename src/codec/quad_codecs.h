@@ -1,7 +1,7 @@
 #pragma once
 
 #include "codec/plain_codecs.h"
-#include "codec/row_kernels.h"
+#include "codec/quad_kernels.h"
 
 // Whole codecs over the kernels. A codec has the shape of the plain one and gives the same result.
 
@@ -12,10 +12,10 @@ codec_pair codecPair() {
     return {Codec::decode, Codec::encode};
 }
 
-// A codec of interleaved rows, step by step. Frames that do not make up whole steps are in a first
+// A codec of interleaved quads, step by step. Frames that do not make up whole steps are in a first
 // step that overlaps the next, a call of its own; less than a step is left to the plain codec.
-template <typename Rows, typename Kernel, const codec_pair &PLAIN>
-struct row_codec {
+template <typename Quads, typename Kernel, const codec_pair &PLAIN>
+struct quad_codec {
     [[gnu::noinline]] static void decode(const channel_pointers &out, const uint8_t *in,
                                          uint32_t samples, uint8_t channels, uint8_t bits) {
         if (samples < Kernel::FRAMES) {
@@ -52,24 +52,24 @@ struct row_codec {
 
 private:
     static size_t bytesOf(size_t frames, size_t channels) {
-        return frames * channels * Rows::BYTES / ROW_SAMPLES;
+        return frames * channels * Quads::BYTES / QUAD_SAMPLES;
     }
 };
 
 // The kernel of three and more channels in one stage.
-template <typename V, typename Rows, const codec_pair &PLAIN>
+template <typename V, typename Quads, const codec_pair &PLAIN>
 codec_pair fusedCodec(unsigned channels) {
     switch (channels) {
     case 3:
-        return codecPair<row_codec<Rows, quad_kernel<V, Rows, 3>, PLAIN>>();
+        return codecPair<quad_codec<Quads, narrow_kernel<V, Quads, 3>, PLAIN>>();
     case 4:
-        return codecPair<row_codec<Rows, quad_kernel<V, Rows, 4>, PLAIN>>();
+        return codecPair<quad_codec<Quads, narrow_kernel<V, Quads, 4>, PLAIN>>();
     case 6:
-        return codecPair<row_codec<Rows, six_kernel<V, Rows>, PLAIN>>();
+        return codecPair<quad_codec<Quads, six_kernel<V, Quads>, PLAIN>>();
     default:
-        // What is left is 5, 7 and 8: a frame is two quads that may share samples.
+        // What is left is 5, 7 and 8: a frame is two fours that may share samples.
         static_assert(AUDIO_MAX_CHANNELS == 8);
-        return codecPair<row_codec<Rows, wide_kernel<V, Rows>, PLAIN>>();
+        return codecPair<quad_codec<Quads, wide_kernel<V, Quads>, PLAIN>>();
     }
 }
 

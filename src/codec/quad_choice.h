@@ -1,6 +1,6 @@
 #pragma once
 
-#include "codec/row_paired.h"
+#include "codec/quad_paired.h"
 
 // The choice among the vector codecs. Depths that a format does not have count as 16 bits, format
 // codes outside 1..5 as PCM.
@@ -11,13 +11,13 @@ template <typename V>
 codec_pair choosePcm(unsigned channels, unsigned bits) {
     switch (bits) {
     case 8:
-        return rowCodec<V, pcm8_rows<V>, PLAIN_PCM>(channels);
+        return quadCodec<V, pcm8_quads<V>, PLAIN_PCM>(channels);
     case 24:
-        return rowCodec<V, shuffled_rows<V, pcm24_order>, PLAIN_PCM>(channels);
+        return quadCodec<V, shuffled_quads<V, pcm24_order>, PLAIN_PCM>(channels);
     case 32:
-        return rowCodec<V, pcm32_rows<V>, PLAIN_PCM>(channels);
+        return quadCodec<V, pcm32_quads<V>, PLAIN_PCM>(channels);
     default:
-        return rowCodec<V, shuffled_rows<V, pcm16_order>, PLAIN_PCM>(channels);
+        return quadCodec<V, shuffled_quads<V, pcm16_order>, PLAIN_PCM>(channels);
     }
 }
 
@@ -25,11 +25,11 @@ template <typename V>
 codec_pair chooseLpcmBe(unsigned channels, unsigned bits) {
     switch (bits) {
     case 20:
-        return rowCodec<V, be20_rows<V>, PLAIN_LPCM_BE>(channels);
+        return quadCodec<V, be20_quads<V>, PLAIN_LPCM_BE>(channels);
     case 24:
-        return rowCodec<V, shuffled_rows<V, be24_order>, PLAIN_LPCM_BE>(channels);
+        return quadCodec<V, shuffled_quads<V, be24_order>, PLAIN_LPCM_BE>(channels);
     default:
-        return rowCodec<V, shuffled_rows<V, be16_order>, PLAIN_LPCM_BE>(channels);
+        return quadCodec<V, shuffled_quads<V, be16_order>, PLAIN_LPCM_BE>(channels);
     }
 }
 
@@ -45,17 +45,18 @@ codec_pair chooseLpcmPaired(unsigned channels, unsigned bits) {
     }
 }
 
-template <typename V, typename Rows>
+template <typename V, typename Quads>
 codec_pair aes3Codec(unsigned channels) {
     if (channels == 2) {
-        return codecPair<row_codec<Rows, stereo_kernel<V, Rows>, PLAIN_AES3>>();
+        return codecPair<quad_codec<Quads, stereo_kernel<V, Quads>, PLAIN_AES3>>();
     }
     if constexpr (V::FUSES_STAGES) {
-        return channels == 4   ? codecPair<row_codec<Rows, quad_kernel<V, Rows, 4>, PLAIN_AES3>>()
-               : channels == 6 ? codecPair<row_codec<Rows, six_kernel<V, Rows>, PLAIN_AES3>>()
-                               : codecPair<row_codec<Rows, wide_kernel<V, Rows>, PLAIN_AES3>>();
+        return channels == 4
+                   ? codecPair<quad_codec<Quads, narrow_kernel<V, Quads, 4>, PLAIN_AES3>>()
+               : channels == 6 ? codecPair<quad_codec<Quads, six_kernel<V, Quads>, PLAIN_AES3>>()
+                               : codecPair<quad_codec<Quads, wide_kernel<V, Quads>, PLAIN_AES3>>();
     } else {
-        return codecPair<tile_codec<V, row_stage<V, Rows, PLAIN_AES3>, PLAIN_AES3>>();
+        return codecPair<tile_codec<V, quad_stage<V, Quads, PLAIN_AES3>, PLAIN_AES3>>();
     }
 }
 
@@ -63,11 +64,11 @@ template <typename V>
 codec_pair chooseAes3(unsigned channels, unsigned bits) {
     switch (bits) {
     case 20:
-        return aes3Codec<V, aes3_rows<V, 20>>(channels);
+        return aes3Codec<V, aes3_quads<V, 20>>(channels);
     case 24:
-        return aes3Codec<V, aes3_rows<V, 24>>(channels);
+        return aes3Codec<V, aes3_quads<V, 24>>(channels);
     default:
-        return aes3Codec<V, aes3_rows<V, 16>>(channels);
+        return aes3Codec<V, aes3_quads<V, 16>>(channels);
     }
 }
 
@@ -82,7 +83,7 @@ codec_pair chooseCodec(uint8_t format, unsigned channels, unsigned bits) {
     case AUDIO_FORMAT_AES3:
         return chooseAes3<V>(channels, bits);
     case AUDIO_FORMAT_FLOAT:
-        return rowCodec<V, float_rows<V>, PLAIN_FLOAT>(channels);
+        return quadCodec<V, float_quads<V>, PLAIN_FLOAT>(channels);
     default:
         return choosePcm<V>(channels, bits);
     }
