@@ -10,7 +10,7 @@
 #include <random>
 #include <vector>
 
-// Every vector form of the mixer against the plain one: the same samples in all eight arrays for
+// Every SIMD kernel of the mixer against the scalar one: the same samples in all eight arrays for
 // every number of frames and channels, and nothing read or written beyond the arrays.
 
 namespace {

@@ -55,7 +55,7 @@ TEST(Mixer, WorkedFrames) {
         settings.output_order_map_enabled = memcmp(row.out_map, none, 8) != 0;
         memcpy(settings.input_order_map, row.in_map, 8);
         memcpy(settings.output_order_map, row.out_map, 8);
-        // Enough frames for every vector form, one by one and all at once.
+        // Enough frames for every SIMD kernel, one by one and all at once.
         samples in, out;
         for (int copy = 0; copy < 77; ++copy) {
             in.insert(in.end(), row.in.begin(), row.in.end());

@@ -272,7 +272,7 @@ TEST(SeparateInput, DiscardedTail) {
         EXPECT_EQ(run.putChannel(ramp(1, 300), 0), 0u);
         EXPECT_EQ(run.putChannel(ramp(1, 200), 1), 0u);
         EXPECT_EQ(run.done(1), 0u);
-        // The drain goes out, 300 samples behind 20 of lead-in; the tail does not.
+        // The drain goes out, 300 samples behind 20 of history; the flush does not.
         EXPECT_EQ(run.committed() / 4, rate == 24000 ? (320u - 41) / 2 : (320u * 2 - 81) / 2 * 2);
         EXPECT_EQ(run.close(), "");
     }
@@ -328,7 +328,7 @@ struct ending_row {
     uint32_t rate;
 };
 
-// Both forms of the end write what earlier calls could not; only one of them writes what the rate
+// Both ways to end write what earlier calls could not; only one of them writes what the rate
 // conversion and an odd frame still hold. The other end may follow.
 TEST(SeparateInput, BothEndsWriteWhatWaits) {
     const ending_row rows[] = {{"joined", false, 48000},

@@ -69,7 +69,7 @@ struct audio_converter {
     // Samples of the largest block that separate-channel input decoded so far.
     uint32_t largest_channel_block;
     uint8_t done;    // audioConverterDone was called
-    uint8_t stalled; // the running call has timed out waiting for the streams' room
+    uint8_t timed_out; // the running call has timed out waiting for the streams' room
 
     const kernel_set *kernels; // fixed at creation
 };

@@ -83,7 +83,7 @@ uint32_t completePair(audio_converter &converter, channel_buffer_set &set) {
 
 uint32_t endStream(audio_converter &converter, uint32_t discard_tail) {
     converter.done = 1;
-    converter.stalled = 0;
+    converter.timed_out = 0;
     channel_buffer_set &held = heldOutput(converter);
     // The host knows which of its streams were full; what they did not accept waits.
     writeOutput(converter, held);

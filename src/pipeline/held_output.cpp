@@ -28,7 +28,7 @@ void moveBackPositions(audio_converter &converter, uint32_t samples) {
     }
 }
 
-void settleHeldOutput(audio_converter &converter, channel_buffer_set &set) {
+void dropAccepted(audio_converter &converter, channel_buffer_set &set) {
     set.holds_output = outputWaits(converter, set);
     const uint32_t accepted = oldestPosition(converter);
     const uint32_t waiting = set.count - accepted;

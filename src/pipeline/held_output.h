@@ -35,7 +35,7 @@ void moveBackPositions(audio_converter &converter, uint32_t samples);
 
 // Ends a call of the writer: drops what all streams have accepted from the start of the set, unless
 // more than that would have to be moved, and notes whether output waits in the set.
-void settleHeldOutput(audio_converter &converter, channel_buffer_set &set);
+void dropAccepted(audio_converter &converter, channel_buffer_set &set);
 
 // Appends what `work` holds from `first` on to `resampled`, which has room for it, and empties
 // `work`.

@@ -194,7 +194,7 @@ uint32_t putInterleaved(audio_converter &converter, const uint8_t *bytes, uint32
     if (byte_count != 0 && (bytes == nullptr || !canWrite(converter))) {
         return 1;
     }
-    converter.stalled = 0;
+    converter.timed_out = 0;
     input_bytes input;
     if (assembleInput(converter, bytes, byte_count, input) != 0) {
         return 1;

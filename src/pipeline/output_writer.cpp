@@ -5,7 +5,7 @@
 #include "codec/sample_conversion.h"
 #include "codec/sample_count.h"
 #include "pipeline/held_output.h"
-#include "pipeline/stall.h"
+#include "pipeline/room_wait.h"
 
 #include <algorithm>
 #include <functional>
@@ -164,8 +164,8 @@ pass_result servePass(const output_writer &writer) {
 
 // Repeats passes until no stream has a unit pending.
 uint32_t writePasses(const output_writer &writer) {
-    uint8_t &stalled = writer.converter.stalled;
-    stall waiting = {};
+    uint8_t &timed_out = writer.converter.timed_out;
+    room_wait waiting = {};
     for (;;) {
         const pass_result result = servePass(writer);
         if (result == NOTHING_PENDING) {
@@ -173,11 +173,11 @@ uint32_t writePasses(const output_writer &writer) {
         }
         if (result == PROGRESS) {
             waiting = {};
-            stalled = 0;
+            timed_out = 0;
         } else if (result == STREAM_FULL) {
             return 1;
-        } else if (stalled != 0 || !waitForRoom(waiting)) {
-            stalled = 1;
+        } else if (timed_out != 0 || !waitForRoom(waiting)) {
+            timed_out = 1;
             return 1;
         }
     }
@@ -194,7 +194,7 @@ uint32_t writeOutput(audio_converter &converter, channel_buffer_set &set) {
     }
     direct_input nothing = {};
     const uint32_t result = writePasses({converter, converter.output, set, nothing});
-    settleHeldOutput(converter, set);
+    dropAccepted(converter, set);
     return result;
 }
 
@@ -205,6 +205,6 @@ uint32_t writeDirectly(audio_converter &converter, const uint8_t *frames, uint32
     if (direct.samples != 0) {
         decodeDirectInput(writer);
     }
-    settleHeldOutput(converter, converter.work);
+    dropAccepted(converter, converter.work);
     return result;
 }

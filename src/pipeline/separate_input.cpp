@@ -96,7 +96,7 @@ uint32_t putOneChannel(audio_converter &converter, const uint8_t *bytes, uint32_
     if (isRefused(converter, bytes, byte_count, channel)) {
         return 1;
     }
-    converter.stalled = 0;
+    converter.timed_out = 0;
     uint32_t samples;
     if (decodeOneChannel(converter, bytes, byte_count, channel, samples) != 0) {
         return 1;

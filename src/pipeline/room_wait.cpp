@@ -1,4 +1,4 @@
-#include "pipeline/stall.h"
+#include "pipeline/room_wait.h"
 
 #include <ctime>
 #include <sched.h>
@@ -26,7 +26,7 @@ bool readMonotonicTime(uint64_t &nanoseconds) {
 }
 
 // Signals cut sleeps short, so passes tell the time only where no clock does.
-bool hasTimedOut(stall &waiting) {
+bool hasTimedOut(room_wait &waiting) {
     uint64_t now;
     if (!readMonotonicTime(now)) {
         return waiting.passes >= YIELDING_PASSES + SLEEPING_PASSES;
@@ -39,7 +39,7 @@ bool hasTimedOut(stall &waiting) {
 
 } // namespace
 
-bool waitForRoom(stall &waiting) {
+bool waitForRoom(room_wait &waiting) {
     if (hasTimedOut(waiting)) {
         return false;
     }
