@@ -68,7 +68,7 @@ struct audio_converter {
     uint32_t output_position[AUDIO_MAX_CHANNELS];
     // Samples of the largest block that separate-channel input decoded so far.
     uint32_t largest_channel_block;
-    uint8_t done;    // audioConverterDone was called
+    uint8_t done;      // audioConverterDone was called
     uint8_t timed_out; // the running call has timed out waiting for the streams' room
 
     const kernel_set *kernels; // fixed at creation
