@@ -4,15 +4,19 @@ extern "C" {
 #include <libavutil/channel_layout.h>
 }
 
+namespace {
+
 // Releases nothing: the bytes belong to the caller of convert.
-static void keepBytes(void *, uint8_t *) {
+void keepBytes(void *, uint8_t *) {
 }
 
 // A reference without which libavcodec would copy the bytes.
-static AVBufferRef *wrapBytes(std::span<const uint8_t> bytes) {
+AVBufferRef *wrapBytes(std::span<const uint8_t> bytes) {
     return av_buffer_create(const_cast<uint8_t *>(bytes.data()), bytes.size() + INPUT_PADDING,
                             keepBytes, nullptr, AV_BUFFER_FLAG_READONLY);
 }
+
+} // namespace
 
 avcodec_base::avcodec_base(AVCodecContext *opened)
     : context(opened), packet(av_packet_alloc()), frame(av_frame_alloc()) {
@@ -31,8 +35,9 @@ std::span<const uint8_t> avcodec_base::decodePacket(std::span<const uint8_t> byt
     const bool decoded =
         avcodec_send_packet(context, packet) == 0 && avcodec_receive_frame(context, frame) == 0;
     av_packet_unref(packet);
-    if (!decoded)
+    if (!decoded) {
         return {};
+    }
     const auto samples = static_cast<std::size_t>(frame->nb_samples) *
                          static_cast<std::size_t>(frame->ch_layout.nb_channels);
     const int bytes_each = av_get_bytes_per_sample(static_cast<AVSampleFormat>(frame->format));
@@ -53,7 +58,8 @@ std::span<const uint8_t> avcodec_base::encodePacket(std::span<const uint8_t> sam
     const bool encoded =
         avcodec_send_frame(context, frame) == 0 && avcodec_receive_packet(context, packet) == 0;
     av_frame_unref(frame);
-    if (!encoded)
+    if (!encoded) {
         return {};
+    }
     return {packet->data, static_cast<std::size_t>(packet->size)};
 }

@@ -11,8 +11,9 @@ public:
     }
 
     std::span<const uint8_t> convert(std::span<const uint8_t> input) final {
-        if (output.empty())
+        if (output.empty()) {
             output.resize(outputCapacity(wanted, input.size()));
+        }
         const std::size_t frames = convertFrames(input.data(), input.size() / input_frame_bytes,
                                                  output.data(), output.size() / output_frame_bytes);
         return {output.data(), frames * output_frame_bytes};

@@ -3,7 +3,9 @@
 #include "own_converter.h"
 #include "peers.h"
 
-static const contender CONTENDERS[] = {
+namespace {
+
+const contender CONTENDERS[] = {
     {"ours", makeOwnConverter},
 #ifdef BENCH_SWRESAMPLE
     {"swresample-alike", makeSwresampleAlike},
@@ -24,6 +26,8 @@ static const contender CONTENDERS[] = {
     {"avcodec-soxr", makeAvcodecSoxr},
 #endif
 };
+
+} // namespace
 
 std::span<const contender> contenders() {
     return CONTENDERS;

@@ -43,12 +43,14 @@ std::size_t outputCapacity(const conversion &wanted, std::size_t input_byte_coun
     return frames_out * wanted.output.channels * WIDEST_SAMPLE_BYTES;
 }
 
-static std::vector<uint8_t> makeTones(uint8_t channels, std::size_t frame_count) {
+namespace {
+
+std::vector<uint8_t> makeTones(uint8_t channels, std::size_t frame_count) {
     constexpr double AMPLITUDE = 0.4 * 2147483647.0;
     std::vector<uint8_t> bytes(frame_count * channels * sizeof(int32_t) + INPUT_PADDING);
     uint8_t *next = bytes.data();
-    for (std::size_t frame = 0; frame < frame_count; frame++) {
-        for (uint8_t channel = 0; channel < channels; channel++) {
+    for (std::size_t frame = 0; frame < frame_count; ++frame) {
+        for (uint8_t channel = 0; channel < channels; ++channel) {
             const double cycles_per_frame = 0.011 + 0.004 * channel;
             const double phase =
                 2.0 * std::numbers::pi * cycles_per_frame * static_cast<double>(frame + 1);
@@ -60,14 +62,17 @@ static std::vector<uint8_t> makeTones(uint8_t channels, std::size_t frame_count)
     return bytes;
 }
 
+} // namespace
+
 test_block makeTestBlock(const stream_shape &shape, std::size_t frame_count) {
     stream_shape plain = shape;
     plain.format = AUDIO_FORMAT_PCM;
     plain.bits = 32;
     test_block block{makeTones(shape.channels, frame_count),
                      frame_count * shape.channels * sizeof(int32_t)};
-    if (shape.format == AUDIO_FORMAT_PCM && shape.bits == 32)
+    if (shape.format == AUDIO_FORMAT_PCM && shape.bits == 32) {
         return block;
+    }
     const auto encoder = makeOwnConverter({plain, shape});
     const auto encoded = encoder->convert(block.bytes());
     test_block result{{encoded.begin(), encoded.end()}, encoded.size()};

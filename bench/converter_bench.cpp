@@ -13,10 +13,12 @@
 #include <cstring>
 #include <string_view>
 
+namespace {
+
 // Feeds enough to fill every history and buffer; false when what comes out cannot be right: its
 // length is off by more than an eighth, or all bytes are alike.
-static bool warmUp(stream_converter &converter, const conversion &wanted, const test_block &block,
-                   std::size_t block_frames) {
+bool warmUp(stream_converter &converter, const conversion &wanted, const test_block &block,
+            std::size_t block_frames) {
     constexpr std::size_t WARM_UP_FRAMES = 65536;
     std::size_t frames_in = 0;
     std::size_t frames_out = 0;
@@ -32,16 +34,17 @@ static bool warmUp(stream_converter &converter, const conversion &wanted, const 
     return alive && frames_out >= due - due / 8 && frames_out <= due + due / 8;
 }
 
-static void runConversion(benchmark::State &state, const conversion &wanted, converter_maker make,
-                          std::size_t block_frames) {
+void runConversion(benchmark::State &state, const conversion &wanted, converter_maker make,
+                   std::size_t block_frames) {
     const test_block block = makeTestBlock(wanted.input, block_frames);
     const std::unique_ptr<stream_converter> converter = make(wanted);
     if (converter == nullptr || !warmUp(*converter, wanted, block, block_frames)) {
         state.SkipWithError("the output is not the conversion asked for");
         return;
     }
-    for (auto _ : state)
+    for (auto _ : state) {
         benchmark::DoNotOptimize(converter->convert(block.bytes()).data());
+    }
     const double samples_in = static_cast<double>(state.iterations()) *
                               static_cast<double>(block_frames) * wanted.output.channels;
     const double ratio = static_cast<double>(wanted.output.sample_rate) / wanted.input.sample_rate;
@@ -49,7 +52,7 @@ static void runConversion(benchmark::State &state, const conversion &wanted, con
         samples_in * ratio, benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
-static void runCreation(benchmark::State &state, const conversion &wanted, converter_maker make) {
+void runCreation(benchmark::State &state, const conversion &wanted, converter_maker make) {
     for (auto _ : state) {
         const std::unique_ptr<stream_converter> converter = make(wanted);
         if (converter == nullptr) {
@@ -61,7 +64,7 @@ static void runCreation(benchmark::State &state, const conversion &wanted, conve
                                                          benchmark::Counter::kInvert);
 }
 
-static void registerBlock(const bench_row &row, const contender &who, std::size_t block_frames) {
+void registerBlock(const bench_row &row, const contender &who, std::size_t block_frames) {
     const std::string name = row.name + "/" + std::to_string(block_frames) + "/" + who.name;
     benchmark::RegisterBenchmark(name.c_str(), [wanted = row.wanted, make = who.make,
                                                 block_frames](benchmark::State &state) {
@@ -69,28 +72,32 @@ static void registerBlock(const bench_row &row, const contender &who, std::size_
     });
 }
 
-static void registerRow(const bench_row &row) {
+void registerRow(const bench_row &row) {
     const contender &ours = contenders().front();
-    for (const std::size_t block_frames : row.own_blocks)
+    for (const std::size_t block_frames : row.own_blocks) {
         registerBlock(row, ours, block_frames);
+    }
     for (const contender &who : contenders()) {
         // This library does them all: its refusal must show as a failed benchmark.
-        if (who.make != ours.make && who.make(row.wanted) == nullptr)
+        if (who.make != ours.make && who.make(row.wanted) == nullptr) {
             continue;
-        for (const std::size_t block_frames : row.race_blocks)
+        }
+        for (const std::size_t block_frames : row.race_blocks) {
             registerBlock(row, who, block_frames);
+        }
     }
 }
 
-static void registerCreation(const rate_pair &pair) {
+void registerCreation(const rate_pair &pair) {
     constexpr uint8_t CHANNELS = 2;
     const stream_shape input{AUDIO_FORMAT_PCM, 32, CHANNELS, defaultMask(CHANNELS), pair.input};
     conversion wanted{input, input};
     wanted.output.sample_rate = pair.output;
     const std::string pair_name = std::to_string(pair.input) + "-" + std::to_string(pair.output);
     for (const contender &who : contenders()) {
-        if (who.make(wanted) == nullptr && who.make != contenders().front().make)
+        if (who.make(wanted) == nullptr && who.make != contenders().front().make) {
             continue;
+        }
         const std::string name = "create/" + pair_name + "/" + who.name;
         benchmark::RegisterBenchmark(name.c_str(),
                                      [wanted, make = who.make](benchmark::State &state) {
@@ -100,7 +107,7 @@ static void registerCreation(const rate_pair &pair) {
 }
 
 // Takes --quick out of the arguments before Google Benchmark sees them.
-static bool takeQuick(int &argc, char **argv) {
+bool takeQuick(int &argc, char **argv) {
     char **end = std::remove_if(argv + 1, argv + argc, [](const char *argument) {
         return std::string_view(argument) == "--quick";
     });
@@ -109,15 +116,20 @@ static bool takeQuick(int &argc, char **argv) {
     return found;
 }
 
+} // namespace
+
 int main(int argc, char **argv) {
     const bool quick = takeQuick(argc, argv);
     benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
         return 1;
-    for (const bench_row &row : makeRows(quick))
+    }
+    for (const bench_row &row : makeRows(quick)) {
         registerRow(row);
-    for (const rate_pair &pair : creationPairs())
+    }
+    for (const rate_pair &pair : creationPairs()) {
         registerCreation(pair);
+    }
     benchmark::RunSpecifiedBenchmarks();
     return 0;
 }

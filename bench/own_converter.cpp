@@ -50,12 +50,14 @@ public:
     own_converter &operator=(const own_converter &) = delete;
 
     std::span<const uint8_t> convert(std::span<const uint8_t> input) override {
-        if (output.empty())
+        if (output.empty()) {
             makeRoom(input.size());
+        }
         stream.used = 0;
         const auto byte_count = static_cast<uint32_t>(input.size());
-        if (audioConverterPutBytes(converter, input.data(), byte_count) != 0)
+        if (audioConverterPutBytes(converter, input.data(), byte_count) != 0) {
             return {};
+        }
         return {output.data(), stream.used};
     }
 
@@ -72,9 +74,7 @@ private:
     std::vector<uint8_t> output;
 };
 
-} // namespace
-
-static audio_converter_settings makeSettings(const conversion &wanted) {
+audio_converter_settings makeSettings(const conversion &wanted) {
     audio_converter_settings settings;
     std::memset(&settings, 0, sizeof settings);
     settings.input_channels = wanted.input.channels;
@@ -92,11 +92,14 @@ static audio_converter_settings makeSettings(const conversion &wanted) {
     return settings;
 }
 
+} // namespace
+
 std::unique_ptr<stream_converter> makeOwnConverter(const conversion &wanted) {
     const audio_converter_settings settings = makeSettings(wanted);
     audio_converter *converter = audioConverterNew(nullptr, &settings);
-    if (converter == nullptr)
+    if (converter == nullptr) {
         return nullptr;
+    }
     return std::make_unique<own_converter>(converter, wanted);
 }
 
@@ -109,14 +112,15 @@ std::vector<double> measureGains(const conversion &wanted) {
     plain.input.bits = plain.output.bits = 32;
     plain.output.sample_rate = plain.input.sample_rate;
     std::vector<int32_t> probes(inputs * inputs);
-    for (std::size_t slot = 0; slot < inputs; slot++)
+    for (std::size_t slot = 0; slot < inputs; ++slot) {
         probes[slot * inputs + slot] = PROBE;
+    }
     const auto mixer = makeOwnConverter(plain);
     const auto mixed = mixer->convert(
         {reinterpret_cast<const uint8_t *>(probes.data()), probes.size() * sizeof(int32_t)});
     std::vector<double> gains(outputs * inputs);
-    for (std::size_t input = 0; input < inputs; input++) {
-        for (std::size_t output = 0; output < outputs; output++) {
+    for (std::size_t input = 0; input < inputs; ++input) {
+        for (std::size_t output = 0; output < outputs; ++output) {
             int32_t sample = 0;
             const std::size_t place = input * outputs + output;
             std::memcpy(&sample, mixed.data() + place * sizeof sample, sizeof sample);

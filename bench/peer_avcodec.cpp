@@ -65,8 +65,9 @@ public:
         output.clear();
         for (; end - start >= byte_count; start += byte_count) {
             const auto encoded = encodePacket({pending.data() + start, byte_count}, frame_count);
-            if (encoded.size() < DVD_HEADER_BYTES)
+            if (encoded.size() < DVD_HEADER_BYTES) {
                 return {};
+            }
             output.insert(output.end(), encoded.begin() + DVD_HEADER_BYTES, encoded.end());
         }
         std::memmove(pending.data(), pending.data() + start, end - start);
@@ -82,15 +83,14 @@ private:
     std::vector<uint8_t> output;
 };
 
-} // namespace
-
-static AVCodecID codecId(const stream_shape &shape) {
+AVCodecID codecId(const stream_shape &shape) {
     switch (shape.format) {
     case AUDIO_FORMAT_PCM:
         return shape.bits == 24 ? AV_CODEC_ID_PCM_S24LE : AV_CODEC_ID_NONE;
     case AUDIO_FORMAT_LPCM_BE:
-        if (shape.bits == 20)
+        if (shape.bits == 20) {
             return AV_CODEC_ID_NONE;
+        }
         return shape.bits == 16 ? AV_CODEC_ID_PCM_S16BE : AV_CODEC_ID_PCM_S24BE;
     case AUDIO_FORMAT_LPCM_PAIRED:
         return AV_CODEC_ID_PCM_DVD;
@@ -101,15 +101,17 @@ static AVCodecID codecId(const stream_shape &shape) {
     }
 }
 
-static AVCodecContext *allocContext(const AVCodec *codec, const stream_shape &shape) {
-    if (codec == nullptr)
+AVCodecContext *allocContext(const AVCodec *codec, const stream_shape &shape) {
+    if (codec == nullptr) {
         return nullptr;
+    }
     AVCodecContext *context = avcodec_alloc_context3(codec);
     // Speakers do not matter to the codecs, but the DVD one knows six channels by these only.
-    if (shape.channels == 6)
+    if (shape.channels == 6) {
         av_channel_layout_from_mask(&context->ch_layout, AV_CH_LAYOUT_5POINT1);
-    else
+    } else {
         av_channel_layout_default(&context->ch_layout, shape.channels);
+    }
     context->sample_rate = static_cast<int>(shape.sample_rate);
     context->time_base = {1, context->sample_rate};
     context->sample_fmt = shape.bits == 16 ? AV_SAMPLE_FMT_S16 : AV_SAMPLE_FMT_S32;
@@ -119,7 +121,7 @@ static AVCodecContext *allocContext(const AVCodec *codec, const stream_shape &sh
     return context;
 }
 
-static std::unique_ptr<stream_converter> makeDecoder(const conversion &wanted) {
+std::unique_ptr<stream_converter> makeDecoder(const conversion &wanted) {
     const AVCodec *codec = avcodec_find_decoder(codecId(wanted.input));
     AVCodecContext *context = allocContext(codec, wanted.input);
     if (context == nullptr || avcodec_open2(context, codec, nullptr) < 0) {
@@ -129,29 +131,34 @@ static std::unique_ptr<stream_converter> makeDecoder(const conversion &wanted) {
     return std::make_unique<avcodec_decoder>(context, wanted.input);
 }
 
-static std::unique_ptr<stream_converter> makeEncoder(const conversion &wanted) {
+std::unique_ptr<stream_converter> makeEncoder(const conversion &wanted) {
     const bool dvd = wanted.output.format == AUDIO_FORMAT_LPCM_PAIRED;
     // The DVD encoder would write 24 bits.
-    if (dvd && wanted.output.bits == 20)
+    if (dvd && wanted.output.bits == 20) {
         return nullptr;
+    }
     const AVCodec *codec = avcodec_find_encoder(codecId(wanted.output));
     AVCodecContext *context = allocContext(codec, wanted.output);
     if (context == nullptr || avcodec_open2(context, codec, nullptr) < 0) {
         avcodec_free_context(&context);
         return nullptr;
     }
-    if (dvd)
+    if (dvd) {
         return std::make_unique<dvd_encoder>(context, wanted.input);
+    }
     return std::make_unique<avcodec_encoder>(context, wanted.input);
 }
 
-static bool sameSamples(const stream_shape &a, const stream_shape &b) {
+bool sameSamples(const stream_shape &a, const stream_shape &b) {
     return a.format == b.format && a.bits == b.bits;
 }
 
+} // namespace
+
 stream_shape avcodecNativeShape(const stream_shape &shape) {
-    if (isNative(shape))
+    if (isNative(shape)) {
         return shape;
+    }
     stream_shape native = shape;
     native.format = AUDIO_FORMAT_PCM;
     native.bits = shape.bits == 16 ? 16 : 32;
@@ -159,11 +166,14 @@ stream_shape avcodecNativeShape(const stream_shape &shape) {
 }
 
 std::unique_ptr<stream_converter> makeAvcodec(const conversion &wanted) {
-    if (!sameRate(wanted) || !sameLayout(wanted))
+    if (!sameRate(wanted) || !sameLayout(wanted)) {
         return nullptr;
-    if (!isNative(wanted.input) && sameSamples(wanted.output, avcodecNativeShape(wanted.input)))
+    }
+    if (!isNative(wanted.input) && sameSamples(wanted.output, avcodecNativeShape(wanted.input))) {
         return makeDecoder(wanted);
-    if (!isNative(wanted.output) && sameSamples(wanted.input, avcodecNativeShape(wanted.output)))
+    }
+    if (!isNative(wanted.output) && sameSamples(wanted.input, avcodecNativeShape(wanted.output))) {
         return makeEncoder(wanted);
+    }
     return nullptr;
 }

@@ -30,18 +30,17 @@ private:
         gpointer targets[] = {target};
         if (due > target_frames ||
             !gst_audio_converter_samples(converter, GST_AUDIO_CONVERTER_FLAG_NONE, sources,
-                                         source_frames, targets, due))
+                                         source_frames, targets, due)) {
             return 0;
+        }
         return due;
     }
 
     GstAudioConverter *converter;
 };
 
-} // namespace
-
 // The library alone is used: no plug-in is looked for, no helper process started.
-static void startGstreamer() {
+void startGstreamer() {
     static const bool started = [] {
         setenv("GST_REGISTRY_UPDATE", "no", 1);
         setenv("GST_REGISTRY_FORK", "no", 1);
@@ -51,12 +50,14 @@ static void startGstreamer() {
     (void)started;
 }
 
-static GstAudioFormat sampleFormat(const stream_shape &shape) {
+GstAudioFormat sampleFormat(const stream_shape &shape) {
     const bool big_endian = shape.format == AUDIO_FORMAT_LPCM_BE;
-    if (shape.format == AUDIO_FORMAT_FLOAT)
+    if (shape.format == AUDIO_FORMAT_FLOAT) {
         return GST_AUDIO_FORMAT_F32LE;
-    if (!big_endian && shape.format != AUDIO_FORMAT_PCM)
+    }
+    if (!big_endian && shape.format != AUDIO_FORMAT_PCM) {
         return GST_AUDIO_FORMAT_UNKNOWN;
+    }
     switch (shape.bits) {
     case 8:
         return GST_AUDIO_FORMAT_U8;
@@ -71,18 +72,21 @@ static GstAudioFormat sampleFormat(const stream_shape &shape) {
     }
 }
 
-static bool describe(const stream_shape &shape, GstAudioInfo &info) {
+bool describe(const stream_shape &shape, GstAudioInfo &info) {
     const GstAudioFormat format = sampleFormat(shape);
     std::array<GstAudioChannelPosition, 64> positions{};
     positions[0] = GST_AUDIO_CHANNEL_POSITION_MONO;
     if (format == GST_AUDIO_FORMAT_UNKNOWN ||
         (shape.channels > 1 &&
-         !gst_audio_channel_positions_from_mask(shape.channels, shape.mask, positions.data())))
+         !gst_audio_channel_positions_from_mask(shape.channels, shape.mask, positions.data()))) {
         return false;
+    }
     gst_audio_info_set_format(&info, format, static_cast<int>(shape.sample_rate), shape.channels,
                               positions.data());
     return true;
 }
+
+} // namespace
 
 std::unique_ptr<stream_converter> makeGstreamer(const conversion &wanted) {
     startGstreamer();
@@ -90,11 +94,13 @@ std::unique_ptr<stream_converter> makeGstreamer(const conversion &wanted) {
     GstAudioInfo output;
     gst_audio_info_init(&input);
     gst_audio_info_init(&output);
-    if (!describe(wanted.input, input) || !describe(wanted.output, output))
+    if (!describe(wanted.input, input) || !describe(wanted.output, output)) {
         return nullptr;
+    }
     GstAudioConverter *converter =
         gst_audio_converter_new(GST_AUDIO_CONVERTER_FLAG_NONE, &input, &output, nullptr);
-    if (converter == nullptr)
+    if (converter == nullptr) {
         return nullptr;
+    }
     return std::make_unique<gstreamer_converter>(converter, wanted);
 }

@@ -31,29 +31,32 @@ private:
     soxr_t resampler;
 };
 
-} // namespace
-
-static soxr_datatype_t sampleType(const stream_shape &shape) {
-    if (shape.format == AUDIO_FORMAT_FLOAT)
+soxr_datatype_t sampleType(const stream_shape &shape) {
+    if (shape.format == AUDIO_FORMAT_FLOAT) {
         return SOXR_FLOAT32_I;
+    }
     return shape.bits == 16 ? SOXR_INT16_I : SOXR_INT32_I;
 }
 
-static bool isSupported(const stream_shape &shape) {
+bool isSupported(const stream_shape &shape) {
     return isNative(shape) && shape.bits != 8;
 }
 
+} // namespace
+
 std::unique_ptr<stream_converter> makeSoxr(const conversion &wanted) {
     if (sameRate(wanted) || !sameLayout(wanted) || !isSupported(wanted.input) ||
-        !isSupported(wanted.output))
+        !isSupported(wanted.output)) {
         return nullptr;
+    }
     const soxr_io_spec_t io = soxr_io_spec(sampleType(wanted.input), sampleType(wanted.output));
     const soxr_quality_spec_t quality = soxr_quality_spec(SOXR_HQ, 0);
     const soxr_runtime_spec_t one_thread = soxr_runtime_spec(1);
     soxr_error_t error = nullptr;
     soxr_t resampler = soxr_create(wanted.input.sample_rate, wanted.output.sample_rate,
                                    wanted.input.channels, &error, &io, &quality, &one_thread);
-    if (error != nullptr)
+    if (error != nullptr) {
         return nullptr;
+    }
     return std::make_unique<soxr_converter>(resampler, wanted);
 }

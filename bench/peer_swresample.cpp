@@ -39,23 +39,25 @@ private:
     SwrContext *context;
 };
 
-} // namespace
-
-static AVSampleFormat sampleFormat(const stream_shape &shape) {
-    if (!isNative(shape))
+AVSampleFormat sampleFormat(const stream_shape &shape) {
+    if (!isNative(shape)) {
         return AV_SAMPLE_FMT_NONE;
-    if (shape.format == AUDIO_FORMAT_FLOAT)
+    }
+    if (shape.format == AUDIO_FORMAT_FLOAT) {
         return AV_SAMPLE_FMT_FLT;
-    if (shape.bits == 8)
+    }
+    if (shape.bits == 8) {
         return AV_SAMPLE_FMT_U8;
+    }
     return shape.bits == 16 ? AV_SAMPLE_FMT_S16 : AV_SAMPLE_FMT_S32;
 }
 
-static SwrContext *allocContext(const conversion &wanted) {
+SwrContext *allocContext(const conversion &wanted) {
     const AVSampleFormat input_format = sampleFormat(wanted.input);
     const AVSampleFormat output_format = sampleFormat(wanted.output);
-    if (input_format == AV_SAMPLE_FMT_NONE || output_format == AV_SAMPLE_FMT_NONE)
+    if (input_format == AV_SAMPLE_FMT_NONE || output_format == AV_SAMPLE_FMT_NONE) {
         return nullptr;
+    }
     AVChannelLayout input_layout{};
     AVChannelLayout output_layout{};
     SwrContext *context = nullptr;
@@ -64,13 +66,13 @@ static SwrContext *allocContext(const conversion &wanted) {
         swr_alloc_set_opts2(&context, &output_layout, output_format,
                             static_cast<int>(wanted.output.sample_rate), &input_layout,
                             input_format, static_cast<int>(wanted.input.sample_rate), 0,
-                            nullptr) < 0)
+                            nullptr) < 0) {
         return nullptr;
+    }
     return context;
 }
 
-static std::unique_ptr<stream_converter> startContext(SwrContext *context,
-                                                      const conversion &wanted) {
+std::unique_ptr<stream_converter> startContext(SwrContext *context, const conversion &wanted) {
     if (swr_init(context) < 0) {
         swr_free(&context);
         return nullptr;
@@ -79,16 +81,17 @@ static std::unique_ptr<stream_converter> startContext(SwrContext *context,
 }
 
 // The exponent of the smallest power of two that holds every phase of the ratio.
-static int phaseShift(const conversion &wanted) {
+int phaseShift(const conversion &wanted) {
     const uint32_t phases =
         wanted.output.sample_rate / std::gcd(wanted.input.sample_rate, wanted.output.sample_rate);
     int shift = 0;
-    while ((uint64_t{1} << shift) < phases)
+    while ((uint64_t{1} << shift) < phases) {
         shift++;
+    }
     return shift;
 }
 
-static bool setAlike(SwrContext *context, const conversion &wanted, int filter_size) {
+bool setAlike(SwrContext *context, const conversion &wanted, int filter_size) {
     return av_opt_set_sample_fmt(context, "internal_sample_fmt", AV_SAMPLE_FMT_DBLP, 0) >= 0 &&
            av_opt_set_int(context, "filter_type", SWR_FILTER_TYPE_KAISER, 0) >= 0 &&
            av_opt_set_double(context, "kaiser_beta", 9.0, 0) >= 0 &&
@@ -99,23 +102,27 @@ static bool setAlike(SwrContext *context, const conversion &wanted, int filter_s
            av_opt_set_int(context, "phase_shift", phaseShift(wanted), 0) >= 0;
 }
 
-static bool setGains(SwrContext *context, const conversion &wanted) {
-    if (sameLayout(wanted))
+bool setGains(SwrContext *context, const conversion &wanted) {
+    if (sameLayout(wanted)) {
         return true;
+    }
     const std::vector<double> gains = measureGains(wanted);
     return swr_set_matrix(context, gains.data(), wanted.input.channels) >= 0;
 }
 
-static std::unique_ptr<stream_converter> makeAlike(const conversion &wanted, int filter_size) {
+std::unique_ptr<stream_converter> makeAlike(const conversion &wanted, int filter_size) {
     SwrContext *context = allocContext(wanted);
-    if (context == nullptr)
+    if (context == nullptr) {
         return nullptr;
+    }
     if (!setAlike(context, wanted, filter_size) || !setGains(context, wanted)) {
         swr_free(&context);
         return nullptr;
     }
     return startContext(context, wanted);
 }
+
+} // namespace
 
 std::unique_ptr<stream_converter> makeSwresample(const conversion &wanted) {
     SwrContext *context = allocContext(wanted);
@@ -124,8 +131,9 @@ std::unique_ptr<stream_converter> makeSwresample(const conversion &wanted) {
 
 std::unique_ptr<stream_converter> makeSwresampleGains(const conversion &wanted) {
     SwrContext *context = sameLayout(wanted) ? nullptr : allocContext(wanted);
-    if (context == nullptr)
+    if (context == nullptr) {
         return nullptr;
+    }
     if (!setGains(context, wanted)) {
         swr_free(&context);
         return nullptr;
@@ -134,14 +142,16 @@ std::unique_ptr<stream_converter> makeSwresampleGains(const conversion &wanted) 
 }
 
 std::unique_ptr<stream_converter> makeSwresampleAlike(const conversion &wanted) {
-    if (sameRate(wanted) && sameLayout(wanted))
+    if (sameRate(wanted) && sameLayout(wanted)) {
         return nullptr;
+    }
     return makeAlike(wanted, TAPS);
 }
 
 std::unique_ptr<stream_converter> makeSwresampleShort(const conversion &wanted) {
-    if (wanted.output.sample_rate >= wanted.input.sample_rate)
+    if (wanted.output.sample_rate >= wanted.input.sample_rate) {
         return nullptr;
+    }
     const double ratio = static_cast<double>(wanted.output.sample_rate) / wanted.input.sample_rate;
     return makeAlike(wanted, static_cast<int>(std::lround(TAPS * ratio)));
 }

@@ -33,38 +33,36 @@ constexpr named_layouts MIXES[] = {
     {"7.1-5.1", 8, MASK_7_1, 6, MASK_5_1},
 };
 
-} // namespace
-
-static stream_shape makeShape(const sample_kind &kind, uint8_t channels, uint32_t rate) {
+stream_shape makeShape(const sample_kind &kind, uint8_t channels, uint32_t rate) {
     return {kind.format, kind.bits, channels, defaultMask(channels), rate};
 }
 
-static std::string channelName(const conversion &wanted) {
+std::string channelName(const conversion &wanted) {
     return std::to_string(wanted.output.channels) + "ch";
 }
 
-static void addRow(std::vector<bench_row> &rows, const std::string &name, const conversion &wanted,
-                   const block_list &own_blocks, const block_list &race_blocks) {
+void addRow(std::vector<bench_row> &rows, const std::string &name, const conversion &wanted,
+            const block_list &own_blocks, const block_list &race_blocks) {
     rows.push_back({name + "/" + channelName(wanted), wanted, own_blocks, race_blocks});
 }
 
-static void addResampling(std::vector<bench_row> &rows,
-                          const std::vector<uint8_t> &channel_counts) {
+void addResampling(std::vector<bench_row> &rows, const std::vector<uint8_t> &channel_counts) {
     for (const rate_pair &pair : RATE_PAIRS) {
         const std::string name =
             "resample/" + std::to_string(pair.input) + "-" + std::to_string(pair.output);
         for (const uint8_t channels : channel_counts) {
             const conversion wanted{makeShape(PCM32, channels, pair.input),
                                     makeShape(PCM32, channels, pair.output)};
-            if (channels <= 2)
+            if (channels <= 2) {
                 addRow(rows, name, wanted, {64, 4096, 65536}, {256, RACE_BLOCK});
-            else
+            } else {
                 addRow(rows, name, wanted, OWN_BLOCKS, {RACE_BLOCK});
+            }
         }
     }
 }
 
-static void addMixing(std::vector<bench_row> &rows) {
+void addMixing(std::vector<bench_row> &rows) {
     constexpr uint32_t RATE = 48000;
     for (const named_layouts &mix : MIXES) {
         const conversion wanted{
@@ -74,7 +72,7 @@ static void addMixing(std::vector<bench_row> &rows) {
     }
 }
 
-static void addCodecRows(std::vector<bench_row> &rows, const sample_kind &kind, uint8_t channels) {
+void addCodecRows(std::vector<bench_row> &rows, const sample_kind &kind, uint8_t channels) {
     // The only rate that every peer's AES3 codec takes.
     constexpr uint32_t RATE = 48000;
     const stream_shape coded = makeShape(kind, channels, RATE);
@@ -82,22 +80,24 @@ static void addCodecRows(std::vector<bench_row> &rows, const sample_kind &kind, 
     const block_list own_blocks = channels == 2 ? OWN_BLOCKS : block_list{};
     const std::string name = kind.name;
     addRow(rows, "same/" + name, {coded, coded}, own_blocks, {RACE_BLOCK});
-    if (name == PCM32.name)
+    if (name == PCM32.name) {
         return;
+    }
     addRow(rows, "encode/" + name, {plain, coded}, own_blocks, {RACE_BLOCK});
     addRow(rows, "decode/" + name, {coded, plain}, own_blocks, {RACE_BLOCK});
 }
 
-static void addCodecs(std::vector<bench_row> &rows, const std::vector<uint8_t> &channel_counts) {
+void addCodecs(std::vector<bench_row> &rows, const std::vector<uint8_t> &channel_counts) {
     for (const sample_kind &kind : KINDS) {
         for (const uint8_t channels : channel_counts) {
-            if (kind.format != AUDIO_FORMAT_AES3 || channels % 2 == 0)
+            if (kind.format != AUDIO_FORMAT_AES3 || channels % 2 == 0) {
                 addCodecRows(rows, kind, channels);
+            }
         }
     }
 }
 
-static void addPipelines(std::vector<bench_row> &rows) {
+void addPipelines(std::vector<bench_row> &rows) {
     const sample_kind pcm16{"", AUDIO_FORMAT_PCM, 16};
     const sample_kind pcm24{"", AUDIO_FORMAT_PCM, 24};
     const sample_kind be24{"", AUDIO_FORMAT_LPCM_BE, 24};
@@ -109,6 +109,8 @@ static void addPipelines(std::vector<bench_row> &rows) {
     addRow(rows, "pipeline/8ch-float-96k-to-be24-48k",
            {makeShape(single, 8, 96000), makeShape(be24, 8, 48000)}, OWN_BLOCKS, {RACE_BLOCK});
 }
+
+} // namespace
 
 std::vector<bench_row> makeRows(bool quick) {
     const std::vector<uint8_t> channel_counts =
