@@ -8,13 +8,15 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
-// Every kernel at every level that this machine has, beside the plain form it must equal. The
+// Every kernel at every level that this machine has, beside the scalar one that it equals. The
 // counter "each" is the time per sample and channel: of the output for the resampler and mixer.
 
 namespace {
@@ -128,9 +130,9 @@ void benchResample(benchmark::State &state, rate_row row, const kernel_set &kern
     const std::unique_ptr<audio_converter, void (*)(audio_converter *)> converter(
         makeConverter(row, channels), audioConverterFree);
     resampler_state &filter = converter->resampler;
-    const uint32_t rounds = FRAMES / filter.up_factor;
-    const uint32_t outputs = rounds * filter.up_factor;
-    const channel_noise in(size_t{rounds} * filter.down_factor + 64);
+    const uint32_t periods = FRAMES / filter.up_factor;
+    const uint32_t outputs = periods * filter.up_factor;
+    const channel_noise in(size_t{periods} * filter.down_factor + 64);
     channel_noise out(outputs);
     filter.kernel = kernels.resample;
     const resample_job job = {&filter, in.pointers, out.pointers, outputs};
@@ -170,6 +172,43 @@ void registerFilters(const kernel_set &kernels) {
     }
 }
 
+// Keeps the least time of every benchmark, and says where the kernels chosen lose to the next lower
+// level's.
+class level_reporter : public benchmark::ConsoleReporter {
+public:
+    void ReportRuns(const std::vector<Run> &runs) override {
+        ConsoleReporter::ReportRuns(runs);
+        for (const Run &run : runs) {
+            if (run.run_type == Run::RT_Iteration) {
+                const auto known = least_.try_emplace(run.run_name.str(), run.GetAdjustedCPUTime());
+                known.first->second = std::min(known.first->second, run.GetAdjustedCPUTime());
+            }
+        }
+    }
+
+    void Finalize() override {
+        const cpu_level chosen = detectCpuLevels().fastest;
+        const std::string name = kernelsOf(chosen).name;
+        const std::string lower = kernelsOf(static_cast<cpu_level>(chosen - 1)).name;
+        double worst = 0;
+        std::string worst_row = "none";
+        for (const auto &[row, time] : least_) {
+            const size_t level = row.rfind('/') + 1;
+            const auto other = least_.find(row.substr(0, level) + lower);
+            if (row.substr(level) == name && other != least_.end() &&
+                time / other->second > worst) {
+                worst = time / other->second;
+                worst_row = row;
+            }
+        }
+        GetOutputStream() << name << " takes at most " << worst << " of the time of " << lower
+                          << ": " << worst_row << "\n";
+    }
+
+private:
+    std::map<std::string, double> least_;
+};
+
 } // namespace
 
 int main(int argc, char **argv) {
@@ -182,7 +221,8 @@ int main(int argc, char **argv) {
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
         return EXIT_FAILURE;
     }
-    benchmark::RunSpecifiedBenchmarks();
+    level_reporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
     return EXIT_SUCCESS;
 }

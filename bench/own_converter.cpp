@@ -1,8 +1,13 @@
 #include "own_converter.h"
 
+#include "pipeline/lifecycle.h"
+#include "simd/kernels.h"
+
 #include <cstring>
 
 namespace {
+
+const kernel_set *held_kernels = nullptr; // null: the library's choice
 
 // A host's stream: one area, written from its start in every block.
 struct memory_stream {
@@ -94,9 +99,26 @@ audio_converter_settings makeSettings(const conversion &wanted) {
 
 } // namespace
 
+bool holdToLevel(std::string_view name) {
+    for (int level = CPU_PLAIN; level <= detectCpuLevels().highest; ++level) {
+        const kernel_set &kernels = kernelsOf(static_cast<cpu_level>(level));
+        if (name == kernels.name) {
+            held_kernels = &kernels;
+            return true;
+        }
+    }
+    return false;
+}
+
+const char *kernelName() {
+    return (held_kernels != nullptr ? *held_kernels : kernelsOf(detectCpuLevels().fastest)).name;
+}
+
 std::unique_ptr<stream_converter> makeOwnConverter(const conversion &wanted) {
     const audio_converter_settings settings = makeSettings(wanted);
-    audio_converter *converter = audioConverterNew(nullptr, &settings);
+    audio_converter *converter = held_kernels == nullptr
+                                     ? audioConverterNew(nullptr, &settings)
+                                     : createConverter(nullptr, settings, *held_kernels);
     if (converter == nullptr) {
         return nullptr;
     }

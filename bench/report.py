@@ -18,22 +18,32 @@ SWRESAMPLE = "swresample"
 GAINS = "swresample-gains"
 BLOCKS = ["64", "256", "1024", "4096", "65536"]
 RACE_BLOCK = "1024"
-SMALL_BLOCKS = "64 : 1024"
-GROUPS = ["resample", "mix", "encode", "decode", "same", "pipeline", "create"]
+GROUPS = ["resample", "phases", "instances", "mix", "encode", "decode", "same", "pipeline",
+          "create"]
+USUAL_PAIR = "resample/44100-48000/2ch"
 
 # Rows whose name matches the pattern must keep a measure at or below a limit.
 GOALS = [
-    ("resampling", r"resample/", "alike", 0.55),
-    ("resampling, mono and stereo", r"resample/.*/[12]ch", "alike 256", 0.80),
-    ("mixing to stereo", r"mix/[57]\.1-2/", "fastest", 0.5),
-    ("other mixing", r"mix/(2-1|7\.1-5\.1)/", "alike", 0.5),
-    ("codecs, 24 bits, big-endian and AES3", r"(en|de)code/(pcm24|paired|be|aes)", "fastest", 0.5),
-    ("codecs, 16 and 32 bits and float", r"(encode|decode|same)/(pcm16|pcm32|float)/",
-     "swresample", 4.0),
-    ("pipeline to stereo 44.1 kHz", r"pipeline/5\.1-24-48k", "fastest", 0.45),
-    ("pipeline to stereo 48 kHz", r"pipeline/stereo-16-44k1", "fastest", 1.2),
-    ("pipeline of eight channels", r"pipeline/8ch-float-96k", "fastest", 0.7),
-    ("small blocks, all rows", r"", SMALL_BLOCKS, 2.5),
+    ("resampling", r"resample/", "like for like", 0.50),
+    ("resampling, mono and stereo", r"resample/.*/[12]ch", "like for like 256", 0.60),
+    ("44.1 to 48 kHz and back", r"resample/(44100-48000|48000-44100)/", "swresample", 1.0),
+    ("48 to 96 kHz", r"resample/48000-96000/", "swresample", 0.88),
+    ("192 to 44.1 kHz", r"resample/192000-44100/", "fastest", 0.75),
+    ("thousands of phases", r"phases/.*(44056)", "usual pair", 2.0),
+    ("coprime rates", r"phases/.*(44101|48001)", "usual pair", 8.0),
+    ("64 converters in turn", r"instances/", "swresample", 0.75),
+    ("5.1 to stereo", r"mix/5\.1-2/", "fastest", 0.55),
+    ("7.1 to stereo", r"mix/7\.1-2/", "fastest", 0.30),
+    ("codecs, 24 bits, big-endian and AES3", r"(en|de)code/(pcm24|paired|be|aes)", "fastest", 0.90),
+    ("codecs, 16 bits", r"(en|de)code/pcm16/", "swresample", 1.4),
+    ("codecs, equal formats", r"same/(pcm|be16|be24|paired16)", "fastest", 1.3),
+    ("codecs, float out", r"encode/float/", "swresample", 4.2),
+    ("codecs, float in", r"decode/float/", "swresample", 4.8),
+    ("codecs, blocks of 64", r"(en|de)code/pcm16/2ch", "swresample 64", 0.6),
+    ("codecs, 1024 to 65536 frames", r"((en|de)code|same)/(pcm|be|float)", "spread", 1.2),
+    ("end to end, to stereo 44.1 kHz", r"pipeline/5\.1-24-48k", "fastest", 0.45),
+    ("end to end, to stereo 48 kHz", r"pipeline/stereo-16-44k1", "fastest", 1.2),
+    ("end to end, eight channels", r"pipeline/8ch-float-96k", "fastest", 0.7),
 ]
 
 WHOLE_FILE_TOOLS = ["ours", "pipe", "ffmpeg", "sox", "sndfile-convert"]
@@ -42,7 +52,7 @@ NOTES = """\
 Nanoseconds of processor time per output sample of one channel at five block sizes (frames a
 call), then ratios of our time to a peer's, at blocks of 1024 unless the head says 256.
 
-- alike: libswresample in double precision with our window (Kaiser, beta 9), cutoff and exact
+- like for like: libswresample in double precision with our window (Kaiser, beta 9), cutoff and exact
   phases and a filter size of 40, or with our mixing gains. When the rate falls its filter grows
   by the rate ratio; "40 taps" is the same kept at our length.
 - swresample: libswresample's own defaults, single precision and its own mixing gains; "our
@@ -50,8 +60,12 @@ call), then ratios of our time to a peer's, at blocks of 1024 unless the head sa
 - fastest: the quickest of all peers in that row, named: the above, libsoxr (high quality),
   GStreamer's converter and libavcodec's codecs, with libswresample or libsoxr for the steps that
   no codec does. With equal formats some only copy the bytes.
-- 64 : 1024 is our time at blocks of 64 over that at 1024; spread is our slowest over our fastest
-  from 1024 to 65536."""
+- 64 is the ratio to swresample at blocks of 64; spread is our slowest over our fastest time from
+  1024 to 65536; usual pair is our time over that of stereo from 44.1 to 48 kHz."""
+
+
+COLUMNS = ["like for like", "like for like 256", "40 taps", "swresample", "swresample 64",
+           "our gains", "usual pair"]
 
 
 def loadTimes(path):
@@ -101,28 +115,33 @@ def fastestPeer(contest):
     return min(peers, key=peers.get) if peers else None
 
 
-def measure(blocks):
+def raceOf(blocks):
+    """The contest that the ratios are taken from, by contender."""
+    return blocks.get(RACE_BLOCK) or blocks.get("") or blocks.get("480") or {}
+
+
+def measure(blocks, usual_pair=None):
     """The ratios of one row by measure name; None where something was not measured."""
     own = {block: contest[OURS] for block, contest in blocks.items() if OURS in contest}
-    race = blocks.get(RACE_BLOCK, blocks.get("", {}))
+    race = raceOf(blocks)
     large = [own[block] for block in BLOCKS[2:] if block in own]
     return {
-        "alike": ratio(race, ALIKE),
-        "alike 256": ratio(blocks.get("256", {}), ALIKE),
+        "like for like": ratio(race, ALIKE),
+        "like for like 256": ratio(blocks.get("256", {}), ALIKE),
         "40 taps": ratio(race, SHORT),
         "swresample": ratio(race, SWRESAMPLE),
+        "swresample 64": ratio(blocks.get("64", {}), SWRESAMPLE),
         "our gains": ratio(race, GAINS),
         "fastest": ratio(race, fastestPeer(race)),
-        SMALL_BLOCKS: own["64"] / own[RACE_BLOCK] if "64" in own and RACE_BLOCK in own else None,
         "spread": max(large) / min(large) if len(large) > 1 else None,
+        "usual pair": race[OURS] / usual_pair if usual_pair and OURS in race else None,
     }
 
 
 def judgeRow(row, measures):
-    """(measure, limit, value) of every goal that names this row. Rows run alone at one block size
-    have no small-block figure; any other missing figure stays, as None."""
+    """(measure, limit, value) of every goal that names this row and could be measured."""
     return [(what, limit, measures[what]) for _, pattern, what, limit in GOALS
-            if re.match(pattern, row) and (measures[what] is not None or what != SMALL_BLOCKS)]
+            if re.match(pattern, row) and measures[what] is not None]
 
 
 def showNumber(value):
@@ -131,41 +150,40 @@ def showNumber(value):
 
 def showGoals(judged):
     missed = [f"{what} ≤ {limit}" for what, limit, value in judged if value and value > limit]
-    absent = [f"{what} ≤ {limit}" for what, limit, value in judged if value is None]
-    words = ["**missed**: " + ", ".join(missed)] if missed else []
-    words += ["not measured: " + ", ".join(absent)] if absent else []
-    return "; ".join(words) or ("met" if judged else "")
+    return "**missed**: " + ", ".join(missed) if missed else "met" if judged else ""
 
 
-def showRow(row, blocks):
-    measures = measure(blocks)
-    race = blocks.get(RACE_BLOCK, blocks.get("", {}))
+def showRow(row, blocks, usual_pair):
+    measures = measure(blocks, usual_pair)
+    race = raceOf(blocks)
     cells = [row]
     cells += [showNumber(blocks.get(block, {}).get(OURS)) for block in BLOCKS]
-    cells += [showNumber(measures[what]) for what in ("alike", "alike 256", "40 taps", "swresample",
-                                                  "our gains")]
+    cells += [showNumber(measures[what]) for what in COLUMNS]
     fastest = showNumber(measures["fastest"])
     cells.append(f"{fastest} {fastestPeer(race)}" if fastest else "")
-    cells += [showNumber(measures[SMALL_BLOCKS]), showNumber(measures["spread"])]
-    cells.append(showGoals(judgeRow(row, measures)))
+    cells += [showNumber(measures["spread"]), showGoals(judgeRow(row, measures))]
     return "| " + " | ".join(cells) + " |"
 
 
 def showCreation(row, blocks):
     """Creation has one figure, in microseconds, which stands in the column of the race."""
     micro = {"1024": {who: ns / 1000 for who, ns in blocks[""].items()}}
-    return showRow(row + " (µs each)", micro)
+    return showRow(row + " (µs each)", micro, None)
 
 
-def showSummary(rows):
-    lines = []
+def showSummary(rows, usual_pair):
+    lines = ["| goal | measure | limit | worst | in | met |", "|" + " --- |" * 6]
     for label, pattern, what, limit in GOALS:
-        values = [measure(blocks)[what] for row, blocks in rows.items() if re.match(pattern, row)]
-        values = [value for value in values if value is not None]
-        met = sum(value <= limit for value in values)
-        outcome = (f"met in {met} of {len(values)} rows, worst {showNumber(max(values))}"
-                   if values else "not measured")
-        lines.append(f"- {label}: {what} ≤ {limit}: {outcome}")
+        values = {row: measure(blocks, usual_pair)[what] for row, blocks in rows.items()
+                  if re.match(pattern, row)}
+        values = {row: value for row, value in values.items() if value is not None}
+        if not values:
+            lines.append(f"| {label} | {what} | {limit} | not measured | | |")
+            continue
+        worst = max(values, key=values.get)
+        met = sum(value <= limit for value in values.values())
+        lines.append(f"| {label} | {what} | {limit} | {showNumber(values[worst])} | {worst} "
+                     f"| {met} of {len(values)} |")
     return "\n".join(lines)
 
 
@@ -195,11 +213,19 @@ def showWholeFiles(path):
 
 
 def processorName():
+    """Name, vendor, family and model, as the kernel reports them."""
+    found = {}
     with open("/proc/cpuinfo", encoding="utf-8") as file:
         for line in file:
-            if line.startswith("model name"):
-                return line.split(":", 1)[1].strip()
-    return "unknown processor"
+            key, _, value = line.partition(":")
+            found.setdefault(key.strip(), value.strip())
+    return (f"{found.get('model name', 'unknown processor')} ({found.get('vendor_id')}, "
+            f"family {found.get('cpu family')}, model {found.get('model')})")
+
+
+def machine(context):
+    return (f"{processorName()}, {context['num_cpus']} processors, {context['kernels']} kernels, "
+            f"{context['date'][:10]}")
 
 
 def main():
@@ -207,14 +233,13 @@ def main():
         sys.exit(__doc__)
     times, failed, context = loadTimes(sys.argv[1])
     rows = groupRows(times)
-    head = ["conversion", *BLOCKS, "ours / alike", "alike 256", "40 taps", "swresample",
-            "our gains", "fastest", SMALL_BLOCKS, "spread", "goals"]
-    print("# Benchmarks\n")
-    print(f"{processorName()}, {context['num_cpus']} processors, {context['date']}\n")
-    print(NOTES + "\n\n" + showSummary(rows) + "\n")
+    usual_pair = raceOf(rows.get(USUAL_PAIR, {})).get(OURS)
+    head = ["conversion", *BLOCKS, *COLUMNS, "fastest", "spread", "goals"]
+    print(f"# Benchmarks\n\n{machine(context)}\n\n{NOTES}\n")
+    print(showSummary(rows, usual_pair) + "\n")
     print("| " + " | ".join(head) + " |\n|" + " --- |" * len(head))
     for row, blocks in rows.items():
-        print(showCreation(row, blocks) if "" in blocks else showRow(row, blocks))
+        print(showCreation(row, blocks) if "" in blocks else showRow(row, blocks, usual_pair))
     if len(sys.argv) == 3:
         showWholeFiles(sys.argv[2])
     for failure in failed:

@@ -6,6 +6,7 @@ namespace {
 
 using block_list = std::vector<std::size_t>;
 
+constexpr std::size_t SMALL_BLOCK = 64;
 constexpr std::size_t RACE_BLOCK = 1024;
 const block_list OWN_BLOCKS = {64, 256, 4096, 65536};
 
@@ -62,6 +63,25 @@ void addResampling(std::vector<bench_row> &rows, const std::vector<uint8_t> &cha
     }
 }
 
+// Pairs of rates with thousands of phases, whose output comes rarely and in large blocks.
+void addManyPhases(std::vector<bench_row> &rows) {
+    for (const rate_pair &pair :
+         {rate_pair{44056, 48000}, {48000, 44056}, {44101, 48000}, {48000, 48001}}) {
+        addRow(rows, "phases/" + std::to_string(pair.input) + "-" + std::to_string(pair.output),
+               {makeShape(PCM32, 2, pair.input), makeShape(PCM32, 2, pair.output)}, {RACE_BLOCK},
+               {});
+    }
+}
+
+// What a server does: many streams whose tables and samples do not all fit in the caches.
+void addInstances(std::vector<bench_row> &rows) {
+    rows.push_back({"instances/64x44100-48000/8ch",
+                    {makeShape(PCM32, 8, 44100), makeShape(PCM32, 8, 48000)},
+                    {},
+                    {480},
+                    64});
+}
+
 void addMixing(std::vector<bench_row> &rows) {
     constexpr uint32_t RATE = 48000;
     for (const named_layouts &mix : MIXES) {
@@ -77,14 +97,16 @@ void addCodecRows(std::vector<bench_row> &rows, const sample_kind &kind, uint8_t
     constexpr uint32_t RATE = 48000;
     const stream_shape coded = makeShape(kind, channels, RATE);
     const stream_shape plain = makeShape(PCM32, channels, RATE);
-    const block_list own_blocks = channels == 2 ? OWN_BLOCKS : block_list{};
+    const block_list own_blocks = channels == 2 ? block_list{256, 4096, 65536} : block_list{};
     const std::string name = kind.name;
     addRow(rows, "same/" + name, {coded, coded}, own_blocks, {RACE_BLOCK});
     if (name == PCM32.name) {
         return;
     }
-    addRow(rows, "encode/" + name, {plain, coded}, own_blocks, {RACE_BLOCK});
-    addRow(rows, "decode/" + name, {coded, plain}, own_blocks, {RACE_BLOCK});
+    const block_list race_blocks =
+        channels == 2 ? block_list{SMALL_BLOCK, RACE_BLOCK} : block_list{RACE_BLOCK};
+    addRow(rows, "encode/" + name, {plain, coded}, own_blocks, race_blocks);
+    addRow(rows, "decode/" + name, {coded, plain}, own_blocks, race_blocks);
 }
 
 void addCodecs(std::vector<bench_row> &rows, const std::vector<uint8_t> &channel_counts) {
@@ -117,13 +139,17 @@ std::vector<bench_row> makeRows(bool quick) {
         quick ? std::vector<uint8_t>{2} : std::vector<uint8_t>{1, 2, 6, 8};
     std::vector<bench_row> rows;
     addResampling(rows, channel_counts);
+    addManyPhases(rows);
+    addInstances(rows);
     addMixing(rows);
     addCodecs(rows, channel_counts);
     addPipelines(rows);
     if (quick) {
         for (bench_row &row : rows) {
-            row.own_blocks = {64};
-            row.race_blocks = {RACE_BLOCK};
+            if (row.instances == 1) {
+                row.own_blocks = {SMALL_BLOCK};
+                row.race_blocks = {RACE_BLOCK};
+            }
         }
     }
     return rows;

@@ -11,6 +11,7 @@ struct bench_row {
     // Frames in a block: where this library runs alone, and where everyone runs.
     std::vector<std::size_t> own_blocks;
     std::vector<std::size_t> race_blocks;
+    std::size_t instances = 1; // converters that take turns, block by block
 };
 
 // The whole grid, or with `quick` two channels and two blocks of it.

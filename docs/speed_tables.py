@@ -37,7 +37,7 @@ def alike_cell(contest):
 
 
 def show_row(name, blocks):
-    race = blocks.get(report.RACE_BLOCK, {})
+    race = report.raceOf(blocks)
     return [name, *time_cells(blocks), alike_cell(race), peer_cell(race)]
 
 
@@ -61,10 +61,9 @@ def main():
                  for row, contests in rows.items() if row.startswith("create/")]
     if not shown or not creations:
         sys.exit("the run holds no figures to show; was it filtered?")
-    replace_region("speed.md", "machine", f"{report.processorName()}, {context['num_cpus']} "
-                                          f"processors, {context['date'][:10]}.")
+    replace_region("speed.md", "machine", report.machine(context) + ".")
     replace_region("speed.md", "blocks", table(
-        ["conversion", *report.BLOCKS, "alike", "fastest other"], shown))
+        ["conversion", *report.BLOCKS, "like for like", "fastest other"], shown))
     write_whole_files(sys.argv[2])
     replace_region("speed.md", "creation", table(
         ["Hz", "creation, µs", "fastest other"], creations))
