@@ -5,8 +5,9 @@ namespace {
 
 struct avx512_form : avx512_doubles {
     static constexpr unsigned NARROWEST = 8;
-    static constexpr unsigned GROUPS = 5;
-    static constexpr unsigned FEW_LANES = 2;
+    static constexpr unsigned PART[] = {8,8,8,8};
+    static constexpr unsigned GROUPS[] = {5,4,2,2};
+    static constexpr unsigned FEW_LANES = 8;
     static constexpr unsigned MOST_GROUP_ROWS = 80;
 };
 

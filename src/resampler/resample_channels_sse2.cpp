@@ -5,8 +5,9 @@ namespace {
 
 struct sse2_form : sse2_doubles {
     static constexpr unsigned NARROWEST = 4;
-    static constexpr unsigned GROUPS = 2;
-    static constexpr unsigned FEW_LANES = 2;
+    static constexpr unsigned PART[] = {8,8,4,4};
+    static constexpr unsigned GROUPS[] = {2,1,1,1};
+    static constexpr unsigned FEW_LANES = 8;
     static constexpr unsigned MOST_GROUP_ROWS = 60;
 };
 

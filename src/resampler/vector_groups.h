@@ -127,57 +127,111 @@ void storeGroup(const int32_t (&sums)[PHASES_PER_GROUP], int32_t *output, uint64
     }
 }
 
-// One channel's GROUPS groups from `group` on, lanes being the phases; past the window's end, its
-// last group again.
-template <typename V, unsigned GROUPS>
-void filterGroups(const phase_plan &plan, const group_window &window, const double *scratch,
-                  uint64_t group, int32_t *output, uint64_t phases) {
-    constexpr unsigned VECTORS = PHASES_PER_GROUP / V::LANES;
+// What the phases of GROUPS groups make of LANES lanes.
+template <typename V, unsigned LANES, unsigned GROUPS, unsigned PART>
+void filterGroups(const phase_plan &plan, const group_window &window, const phase_rows *parts,
+                  const double *scratch, uint64_t group, int32_t *const *outputs, uint64_t phases) {
+    constexpr unsigned VECTORS = PART / V::LANES;
+    constexpr size_t RUN = SCRATCH_DOUBLES / LANES;
     const double *table[GROUPS];
     const double *samples[GROUPS];
     uint64_t numbers[GROUPS];
-    typename V::vector sum[GROUPS][VECTORS];
     for (unsigned g = 0; g < GROUPS; ++g) {
         numbers[g] = smaller(group + g, window.end - 1);
         table[g] = tableOf(plan, numbers[g]);
         samples[g] = scratch + rowOf(plan, window, numbers[g]);
-        for (unsigned v = 0; v < VECTORS; ++v) {
-            sum[g][v] = V::zero();
-        }
     }
-#pragma GCC unroll 4
-    for (size_t row = 0; row < plan.group_rows; ++row) {
+    alignas(64) int32_t sums[GROUPS][LANES][PHASES_PER_GROUP];
+    for (unsigned part = 0; part < PHASES_PER_GROUP; part += PART) {
+        typename V::vector sum[GROUPS][LANES][VECTORS];
         for (unsigned g = 0; g < GROUPS; ++g) {
-            const typename V::vector sample = V::spread(samples[g][row]);
-            const double *taps = table[g] + row * PHASES_PER_GROUP;
-            for (unsigned v = 0; v < VECTORS; ++v) {
-                sum[g][v] = V::add(sum[g][v], V::multiply(V::load(taps + v * V::LANES), sample));
+            for (unsigned lane = 0; lane < LANES; ++lane) {
+                for (unsigned v = 0; v < VECTORS; ++v) {
+                    sum[g][lane][v] = V::zero();
+                }
+            }
+        }
+        const size_t end = parts[part / PART].end;
+#pragma GCC unroll 4
+        for (size_t row = parts[part / PART].begin; row < end; ++row) {
+            for (unsigned g = 0; g < GROUPS; ++g) {
+                const double *row_taps = table[g] + row * PHASES_PER_GROUP + part;
+                typename V::vector taps[VECTORS];
+                for (unsigned v = 0; v < VECTORS; ++v) {
+                    taps[v] = V::load(row_taps + v * V::LANES);
+                }
+                for (unsigned lane = 0; lane < LANES; ++lane) {
+                    const typename V::vector sample = V::spread(samples[g][lane * RUN + row]);
+                    for (unsigned v = 0; v < VECTORS; ++v) {
+                        sum[g][lane][v] = V::add(sum[g][lane][v], V::multiply(taps[v], sample));
+                    }
+                }
+            }
+        }
+        for (unsigned g = 0; g < GROUPS; ++g) {
+            for (unsigned lane = 0; lane < LANES; ++lane) {
+                for (unsigned v = 0; v < VECTORS; ++v) {
+                    V::storeSaturated(sums[g][lane] + part + v * V::LANES, sum[g][lane][v]);
+                }
             }
         }
     }
     for (unsigned g = 0; g < GROUPS; ++g) {
-        int32_t sums[PHASES_PER_GROUP];
-        for (unsigned v = 0; v < VECTORS; ++v) {
-            V::storeSaturated(sums + v * V::LANES, sum[g][v]);
-        }
         const uint64_t phase = numbers[g] * PHASES_PER_GROUP;
-        storeGroup(sums, output + phase, phases - phase);
+        for (unsigned lane = 0; lane < LANES; ++lane) {
+            storeGroup(sums[g][lane], outputs[lane] + phase, phases - phase);
+        }
     }
 }
 
-// One channel's next `phases` outputs, at most a round, from phase 0 on.
-template <typename V>
-void filterPartOfRound(const phase_plan &plan, const int32_t *input, int32_t *output,
-                       uint64_t phases, double *scratch) {
+// LANES lanes' first `phases` outputs, at most a round.
+template <typename V, unsigned LANES>
+void filterLanes(const resample_job &job, const phase_plan &plan, uint64_t first_lane,
+                 uint64_t phases, double *scratch) {
+    constexpr size_t RUN = SCRATCH_DOUBLES / LANES;
+    constexpr unsigned PART = V::PART[LANES - 1];
+    constexpr unsigned GROUPS = V::GROUPS[LANES - 1];
+    lane_places<LANES> places;
+    placeLanes(job, plan, SINGLE_ROUNDS, first_lane, LANES, places);
+    phase_rows parts[PHASES_PER_GROUP / PART];
+    for (unsigned p = 0; p < PHASES_PER_GROUP; p += PART) {
+        parts[p / PART] = rowsOfPhases(plan, p, p + PART - 1);
+    }
     group_window window = {};
     while (window.end * PHASES_PER_GROUP < phases) {
-        window = openWindow(plan, window.end, phases, SCRATCH_DOUBLES);
-        convertRun<V>(input + window.first_row, window.held_rows, scratch);
-        for (uint64_t row = window.held_rows; row < window.rows; ++row) {
-            scratch[row] = 0.0;
+        window = openWindow(plan, window.end, phases, RUN);
+        for (unsigned lane = 0; lane < LANES; ++lane) {
+            double *run = scratch + lane * RUN;
+            convertRun<V>(places.sources[lane] + window.first_row, window.held_rows, run);
+            for (uint64_t row = window.held_rows; row < window.rows; ++row) {
+                run[row] = 0.0;
+            }
         }
-        for (uint64_t group = window.group; group < window.end; group += V::GROUPS) {
-            filterGroups<V, V::GROUPS>(plan, window, scratch, group, output, phases);
+        for (uint64_t group = window.group; group < window.end; group += GROUPS) {
+            filterGroups<V, LANES, GROUPS, PART>(plan, window, parts, scratch, group,
+                                                 places.destinations, phases);
+        }
+    }
+}
+
+// Lanes first_lane .. end_lane - 1.
+template <typename V>
+void filterFewLanes(const resample_job &job, const phase_plan &plan, uint64_t lane,
+                    uint64_t end_lane, uint64_t phases, double *scratch) {
+    while (lane < end_lane) {
+        const uint64_t left = end_lane - lane;
+        if (left == 4 || left > 5) {
+            filterLanes<V, 4>(job, plan, lane, phases, scratch);
+            lane += 4;
+        } else if (left >= 3) {
+            filterLanes<V, 3>(job, plan, lane, phases, scratch);
+            lane += 3;
+        } else if (left == 2) {
+            filterLanes<V, 2>(job, plan, lane, phases, scratch);
+            lane += 2;
+        } else {
+            filterLanes<V, 1>(job, plan, lane, phases, scratch);
+            ++lane;
         }
     }
 }

@@ -21,21 +21,6 @@ uint64_t fewestTiled(const phase_plan &plan) {
     return plan.up < PHASES_PER_GROUP ? FEWEST_OF_SHORT_ROUNDS : V::NARROWEST / 4 + 1;
 }
 
-// One round of one channel: group by group, or by the plain form.
-template <typename V>
-void runSingleLane(const resample_job &job, const phase_plan &plan, uint64_t lane,
-                   double *scratch) {
-    const uint64_t round = lane / job.state->channels;
-    const uint64_t channel = lane % job.state->channels;
-    const int32_t *input = job.inputs[channel] + round * plan.down;
-    int32_t *output = job.outputs[channel] + round * plan.up;
-    if (plan.packed != nullptr) {
-        filterPartOfRound<V>(plan, input, output, plan.up, scratch);
-    } else {
-        resampleChannel(*job.state, input, output, job.state->up_factor);
-    }
-}
-
 // A tile of WIDTH lanes, or of those left; returns the lanes done.
 template <typename V, unsigned WIDTH>
 unsigned runTileOf(const resample_job &job, const phase_plan &plan, uint64_t lane, uint64_t left,
@@ -65,16 +50,22 @@ unsigned runTile(const resample_job &job, const phase_plan &plan, uint64_t lane,
 template <typename V>
 void runRounds(const resample_job &job, const phase_plan &plan, uint64_t rounds, double *scratch) {
     const uint64_t lanes = rounds * job.state->channels;
-    const uint64_t single = plan.packed != nullptr ? V::FEW_LANES : fewestTiled<V>(plan) - 1;
     uint64_t lane = 0;
     while (lane < lanes) {
         const uint64_t left = lanes - lane;
-        if (left <= single) {
-            runSingleLane<V>(job, plan, lane, scratch);
-            ++lane;
-        } else {
-            lane += runTile<V>(job, plan, lane, left, scratch);
+        if (plan.packed != nullptr && left <= V::FEW_LANES) {
+            filterFewLanes<V>(job, plan, lane, lanes, plan.up, scratch);
+            return;
         }
+        if (plan.packed == nullptr && left < fewestTiled<V>(plan)) {
+            const uint64_t round = lane / job.state->channels;
+            const uint64_t channel = lane % job.state->channels;
+            resampleChannel(*job.state, job.inputs[channel] + round * plan.down,
+                            job.outputs[channel] + round * plan.up, job.state->up_factor);
+            ++lane;
+            continue;
+        }
+        lane += runTile<V>(job, plan, lane, left, scratch);
     }
 }
 
@@ -101,10 +92,8 @@ uint64_t runForm(const resample_job &job) {
     if (left == 0 || plan.packed == nullptr) {
         return rounds * plan.up;
     }
-    for (unsigned c = 0; c < job.state->channels; ++c) {
-        filterPartOfRound<V>(plan, job.inputs[c] + rounds * plan.down,
-                             job.outputs[c] + rounds * plan.up, left, scratch);
-    }
+    const uint64_t lane = rounds * job.state->channels;
+    filterFewLanes<V>(job, plan, lane, lane + job.state->channels, left, scratch);
     return job.outputs_per_channel;
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "resampler/vector_phases.h"
-#include "resampler/vector_transpose.h"
+#include "simd/vector_transpose.h"
 
 // Shared by the vector forms; internal linkage, see vector_phases.h.
 namespace {
