@@ -60,32 +60,32 @@ void gatherFour(const int32_t *const *sources, uint64_t rows, double *scratch, s
     }
 }
 
-// Rows of one sample per lane, `phases` rows, to the lanes' destinations from `first` on.
-void scatter(const int32_t *sums, size_t row_stride, uint64_t phases, int32_t *const *destinations,
-             unsigned lanes, uint64_t first) {
-    unsigned lane = 0;
-    for (; lane + 4 <= lanes; lane += 4) {
-        const int32_t *column = sums + lane;
-        uint64_t phase = 0;
-        for (; phase + 4 <= phases; phase += 4) {
-            const int32_t *rows = column + phase * row_stride;
-            __m128i block[4] = {loadFour(rows), loadFour(rows + row_stride),
-                                loadFour(rows + 2 * row_stride), loadFour(rows + 3 * row_stride)};
-            transposeFour(block);
-            for (unsigned i = 0; i < 4; ++i) {
-                storeFour(destinations[lane + i] + first + phase, block[i]);
-            }
-        }
-        for (; phase < phases; ++phase) {
-            for (unsigned i = 0; i < 4; ++i) {
-                destinations[lane + i][first + phase] = column[phase * row_stride + i];
-            }
+// Four lanes of `phases` rows, to the destinations of the `lanes` wanted, from `first` on.
+void scatterFour(const int32_t *sums, size_t row_stride, uint64_t phases,
+                 int32_t *const *destinations, unsigned lanes, uint64_t first) {
+    uint64_t phase = 0;
+    for (; phase + 4 <= phases; phase += 4) {
+        const int32_t *rows = sums + phase * row_stride;
+        __m128i block[4] = {loadFour(rows), loadFour(rows + row_stride),
+                            loadFour(rows + 2 * row_stride), loadFour(rows + 3 * row_stride)};
+        transposeFour(block);
+        for (unsigned lane = 0; lane < lanes; ++lane) {
+            storeFour(destinations[lane] + first + phase, block[lane]);
         }
     }
-    for (; lane < lanes; ++lane) {
-        for (uint64_t phase = 0; phase < phases; ++phase) {
+    for (; phase < phases; ++phase) {
+        for (unsigned lane = 0; lane < lanes; ++lane) {
             destinations[lane][first + phase] = sums[phase * row_stride + lane];
         }
+    }
+}
+
+// Rows of one sample per lane, a multiple of four with those that are not wanted.
+void scatter(const int32_t *sums, size_t row_stride, uint64_t phases, int32_t *const *destinations,
+             unsigned lanes, uint64_t first) {
+    for (unsigned lane = 0; lane < lanes; lane += 4) {
+        const unsigned wanted = lanes - lane < 4 ? lanes - lane : 4;
+        scatterFour(sums + lane, row_stride, phases, destinations + lane, wanted, first);
     }
 }
 
