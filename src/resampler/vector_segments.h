@@ -221,8 +221,8 @@ void filterSegments(const phase_plan &plan, const double *samples, uint64_t leng
             const uint64_t runs = phases == plan.up ? 1 : periods;
             const uint64_t run = periods * phases / runs;
             for (uint64_t r = 0; r < runs; ++r) {
-                scatter(sums + r * run * TILE_SEGMENTS, TILE_SEGMENTS, run, places.destinations,
-                        lanes, (period + r) * plan.up + start.phase);
+                scatter<V>(sums + r * run * TILE_SEGMENTS, TILE_SEGMENTS, run, places.destinations,
+                           lanes, (period + r) * plan.up + start.phase);
             }
         }
     }

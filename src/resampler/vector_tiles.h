@@ -77,8 +77,8 @@ void filterTile(const resample_job &job, const phase_plan &plan, uint64_t first_
                                                          parts.parts + p / PART, sums);
             }
             const uint64_t phase = group * PHASES_PER_GROUP;
-            scatter(sums, WIDTH, smaller(PHASES_PER_GROUP, plan.up - phase), places.destinations,
-                    lanes, phase);
+            scatter<V>(sums, WIDTH, smaller(PHASES_PER_GROUP, plan.up - phase), places.destinations,
+                       lanes, phase);
         }
     }
 }
