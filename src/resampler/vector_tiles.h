@@ -30,7 +30,7 @@ void filterTilePart(const double *coefficients, const double *samples, const gro
         }
     }
     const size_t count = parts->end - parts->begin;
-#pragma GCC unroll 2
+#pragma GCC unroll 4
     for (size_t row = 0; row < count; ++row) {
         typename V::vector shared[VECTORS];
         for (unsigned v = 0; v < VECTORS; ++v) {
