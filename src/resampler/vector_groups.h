@@ -63,7 +63,7 @@ void filterPart(const group_places<GROUPS> &places, const group_part &part,
             }
         }
     }
-#pragma GCC unroll 2
+#pragma GCC unroll 4
     for (size_t row = part.begin; row < part.end; ++row) {
         for (unsigned g = 0; g < GROUPS; ++g) {
             const double *coefficients =
