@@ -26,8 +26,10 @@ void planPackedCoefficients(resampler_state &state) {
     const uint64_t rows = packedRows(state.up_factor, state.down_factor);
     const uint64_t groups = divideUp(state.up_factor, PHASES_PER_GROUP);
     const uint64_t bytes = groups * rows * PHASES_PER_GROUP * sizeof(double);
-    if (state.down_factor <= LARGEST_SEGMENTED_STEP || state.up_factor < PHASES_PER_GROUP ||
-        rows > MOST_PACKED_ROWS || bytes > MOST_PACKED_BYTES) {
+    const bool segmented =
+        state.down_factor <= LARGEST_SEGMENTED_STEP && state.up_factor <= LONGEST_SEGMENTED_PERIOD;
+    if (segmented || state.up_factor < PHASES_PER_GROUP || rows > MOST_PACKED_ROWS ||
+        bytes > MOST_PACKED_BYTES) {
         return;
     }
     state.packed_rows = rows;

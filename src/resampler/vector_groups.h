@@ -18,13 +18,11 @@ namespace {
 // What the registers hold at once.
 template <typename V, unsigned LANES>
 struct group_shape {
-    static constexpr unsigned ELEMENTS = SUMS_IN_FLIGHT * V::LANES / LANES;
+    static constexpr unsigned ELEMENTS = SUMS_IN_FLIGHT * V::LANES / LANES; // of one lane
     static constexpr unsigned PHASES = ELEMENTS < PHASES_PER_GROUP ? 4 : PHASES_PER_GROUP;
     static constexpr unsigned VECTORS = PHASES / V::LANES;
-    static constexpr unsigned FITTING_GROUPS = SUMS_IN_FLIGHT / VECTORS / LANES;
-    static constexpr unsigned GROUPS = FITTING_GROUPS == 0            ? 1
-                                       : FITTING_GROUPS > MOST_GROUPS ? MOST_GROUPS
-                                                                      : FITTING_GROUPS;
+    static constexpr unsigned FITTING = SUMS_IN_FLIGHT / VECTORS / LANES;
+    static constexpr unsigned GROUPS = FITTING < MOST_GROUPS ? FITTING : MOST_GROUPS;
     static constexpr size_t RUN = SCRATCH_DOUBLES / LANES;
 };
 

@@ -10,7 +10,7 @@ namespace {
 // Few lanes, or so few that the rows a group has beyond 40 cost less than a tile's empty lanes.
 template <typename V>
 bool suitGroups(const phase_plan &plan, uint64_t lanes) {
-    return lanes <= FEWEST_TILED - 1 ||
+    return lanes < FEWEST_TILED ||
            (lanes <= MOST_GROUPED && lanes * plan.group_rows <= MOST_GROUPED_ROWS[V::LANES / 4]);
 }
 
@@ -26,19 +26,27 @@ uint64_t runTile(const resample_job &job, const phase_plan &plan, uint64_t lane,
 // Whole periods, in tiles while the lanes left are too many for groups.
 template <typename V>
 void runPeriods(const resample_job &job, const phase_plan &plan, uint64_t lanes, double *scratch) {
-    constexpr unsigned MIDDLE_WIDTH = 12 % V::LANES == 0 ? 12 : 16;
+    constexpr unsigned MIDDLE = MIDDLE_TILE % V::LANES == 0 ? MIDDLE_TILE : WIDE_TILE;
     uint64_t lane = 0;
     while (!suitGroups<V>(plan, lanes - lane)) {
         const uint64_t left = lanes - lane;
-        if (left <= 8) {
-            lane += runTile<V, 8>(job, plan, lane, left, scratch);
-        } else if (left <= MIDDLE_WIDTH) {
-            lane += runTile<V, MIDDLE_WIDTH>(job, plan, lane, left, scratch);
+        if (left <= NARROW_TILE) {
+            lane += runTile<V, NARROW_TILE>(job, plan, lane, left, scratch);
+        } else if (left <= MIDDLE) {
+            lane += runTile<V, MIDDLE>(job, plan, lane, left, scratch);
         } else {
-            lane += runTile<V, 16>(job, plan, lane, left, scratch);
+            lane += runTile<V, WIDE_TILE>(job, plan, lane, left, scratch);
         }
     }
     filterLanesInGroups<V>(job, plan, lane, lanes, plan.up, scratch);
+}
+
+// Whether there are periods enough of all channels, and they are short enough for the scratch.
+bool suitSegments(const phase_plan &plan, uint64_t periods) {
+    if (plan.up < PHASES_PER_GROUP) {
+        return plan.down <= LARGEST_STEP_OF_SHORT_PERIODS && periods >= FEWEST_SHORT_PERIODS;
+    }
+    return plan.down <= LARGEST_SEGMENTED_STEP && periods != 0;
 }
 
 template <typename V>
@@ -53,7 +61,7 @@ uint64_t runKernel(const resample_job &job) {
                                job.outputs_per_channel % plan.up, scratch);
         return job.outputs_per_channel;
     }
-    if (!walksSegments(plan, periods * job.state->channels)) {
+    if (!suitSegments(plan, periods * job.state->channels)) {
         return 0;
     }
     runSegments<V>(job, plan, periods, scratch);

@@ -1,17 +1,18 @@
 #pragma once
 
 #include "resampler/vector_lanes.h"
+#include "resampler/vector_segment_cut.h"
 
 // Shared by the SIMD kernels; internal linkage, see vector_plan.h.
 //
-// Small M: a channel's periods are cut into segments of equal length S, and the lanes are
+// Small M: a channel's periods are cut into segments of equal length S. The lanes of a tile are
 // segments.
 //
 //              lane 0     lane 1       lane 2    ...
-//     row 0    x[0]       x[S M]       x[2 S M]        S periods to a segment, M samples to a
-//     period: row 1    x[1]       x[S M + 1]   x[2 S M + 1]    period n of every segment begins in
-//     row n M
-//     ...
+//     row 0    x[0]       x[S M]       x[2 S M]
+//     row 1    x[1]       x[S M + 1]   x[2 S M + 1]    S periods to a segment,
+//     ...                                              M samples to a period:
+//     row M    x[M]       x[S M + M]   x[2 S M + M]    period n begins in row n M
 //
 // The same phase of consecutive periods shares its coefficients; each lies M rows further down.
 namespace {
@@ -34,87 +35,56 @@ void advance(const phase_plan &plan, phase_cursor &cursor) {
     }
 }
 
-constexpr unsigned TILE_SEGMENTS = 8; // lanes
-constexpr unsigned TILE_SEGMENTS_LOG2 = 3;
-static_assert(TILE_SEGMENTS == 1 << TILE_SEGMENTS_LOG2);
-constexpr uint64_t SEGMENT_ROWS = SCRATCH_DOUBLES / TILE_SEGMENTS;
 constexpr uint64_t CHUNK_ROWS = SUMS_PER_CHUNK / TILE_SEGMENTS;
 
-// False: the scalar kernel, for few periods are mostly empty lanes. `periods` of all channels.
-bool walksSegments(const phase_plan &plan, uint64_t periods) {
-    if (plan.up < PHASES_PER_GROUP) {
-        return plan.down <= LARGEST_STEP_OF_FEW_PHASES && periods >= FEWEST_SHORT_PERIODS;
-    }
-    return plan.down <= LARGEST_SEGMENTED_STEP && periods != 0;
-}
+// The sums in flight of a block: PHASES phases in PERIODS periods, for all lanes.
+template <typename V, unsigned PERIODS, unsigned PHASES>
+using block_sums = typename V::vector[PHASES][PERIODS][TILE_SEGMENTS / V::LANES];
 
-// How the periods of every channel are cut.
-struct segment_cut {
-    uint64_t length;   // periods of a segment
-    uint64_t segments; // of one channel
+// Where the phases of a block read their input rows, in the first period, and their coefficients.
+template <unsigned PHASES>
+struct block_places {
+    const double *rows[PHASES];
+    const double *coefficients[PHASES];
 };
 
-// Input samples that a segment spans.
-uint64_t segmentRows(const phase_plan &plan, uint64_t length) {
-    return (length - 1) * plan.down + samplesUnder(plan, plan.up);
-}
-
-// The length at which the segments of all channels fill whole tiles, if there are periods enough,
-// and are short enough for the scratch.
-uint64_t lengthForTiles(const phase_plan &plan, unsigned channels, uint64_t periods) {
-    unsigned shift = TILE_SEGMENTS_LOG2;
-    while (shift > 0 && (channels << (shift - 1)) % TILE_SEGMENTS == 0) {
-        --shift;
-    }
-    const uint64_t length = ((periods - 1) >> shift) + 1;
-    if (segmentRows(plan, length) <= SEGMENT_ROWS) {
-        return length;
-    }
-    const uint64_t longest = (SEGMENT_ROWS - samplesUnder(plan, plan.up)) / plan.down + 1;
-    const uint64_t segments = ((length - 1) / longest + 1) << shift;
-    return (periods - 1) / segments + 1;
-}
-
-// The length to take instead of one below V::LANES periods, which would leave few sums in flight to
-// hide the latency of an addition: a power of two, the next or a higher one if that saves a tile.
-template <typename V>
-uint64_t lengthForBlock(uint64_t length, unsigned channels, uint64_t periods) {
-    const auto last_tile = [&](uint64_t periods_each) {
-        return (((periods - 1) / periods_each + 1) * channels - 1) / TILE_SEGMENTS;
-    };
-    uint64_t filled = 1;
-    while (filled < length) {
-        filled *= 2;
-    }
-    if (filled > periods) {
-        return length;
-    }
-    while (filled < V::LANES && 2 * filled <= periods &&
-           last_tile(2 * filled) < last_tile(filled)) {
-        filled *= 2;
-    }
-    return filled;
-}
-
-template <typename V>
-segment_cut cutPeriods(const phase_plan &plan, unsigned channels, uint64_t periods) {
-    uint64_t length = lengthForTiles(plan, channels, periods);
-    if (length < V::LANES) {
-        length = lengthForBlock<V>(length, channels, periods);
-    }
-    return {length, (periods - 1) / length + 1};
-}
-
-// One input row, times one coefficient, onto the sums.
-template <typename V, unsigned VECTORS>
-void addProducts(typename V::vector (&sums)[VECTORS], const double *row, double coefficient) {
-    const typename V::vector factor = V::spread(coefficient);
-    for (unsigned v = 0; v < VECTORS; ++v) {
-        sums[v] = V::add(sums[v], V::multiply(V::load(row + v * V::LANES), factor));
+// One row of each period, times the first coefficient, onto the sums of the block's first phase.
+template <typename V, unsigned PERIODS, unsigned PHASES>
+void addFirstTap(const block_places<PHASES> &places, size_t step,
+                 block_sums<V, PERIODS, PHASES> &sums) {
+    const typename V::vector factor = V::spread(*places.coefficients[0]);
+    for (unsigned r = 0; r < PERIODS; ++r) {
+        for (unsigned v = 0; v < TILE_SEGMENTS / V::LANES; ++v) {
+            const auto sample = V::load(places.rows[0] + r * step + v * V::LANES);
+            sums[0][r][v] = V::add(sums[0][r][v], V::multiply(sample, factor));
+        }
     }
 }
 
-// The sums of PHASES phases, from the cursor's on, in PERIODS periods: the rows of a period
+// The 40 taps that all phases have. Unrolled, or counting them competes with the arithmetic.
+template <typename V, unsigned PERIODS, unsigned PHASES, bool SHARED>
+void addTaps(const block_places<PHASES> &places, size_t step, size_t up,
+             block_sums<V, PERIODS, PHASES> &sums) {
+#pragma GCC unroll 4
+    for (unsigned tap = 0; tap < TAPS_PER_PHASE; ++tap) {
+        typename V::vector factor[PHASES];
+        for (unsigned p = 0; p < PHASES; ++p) {
+            factor[p] = V::spread(places.coefficients[p][tap * up]);
+        }
+        for (unsigned r = 0; r < PERIODS; ++r) {
+            for (unsigned v = 0; v < TILE_SEGMENTS / V::LANES; ++v) {
+                const size_t place = r * step + tap * TILE_SEGMENTS + v * V::LANES;
+                const auto shared = V::load(places.rows[0] + place);
+                for (unsigned p = 0; p < PHASES; ++p) {
+                    const auto sample = SHARED ? shared : V::load(places.rows[p] + place);
+                    sums[p][r][v] = V::add(sums[p][r][v], V::multiply(sample, factor[p]));
+                }
+            }
+        }
+    }
+}
+
+// The sums of PHASES phases, from the cursor's on, in PERIODS periods. The rows of a period stand
 // `stride` sums behind those of the one before. SHARED: all phases but phase 0 start at the same
 // input sample, phase 0 one earlier, as they do for M = 1.
 template <typename V, unsigned PERIODS, unsigned PHASES, bool SHARED>
@@ -122,53 +92,28 @@ void filterBlock(const phase_plan &plan, const double *samples, phase_cursor &cu
                  size_t stride) {
     constexpr unsigned VECTORS = TILE_SEGMENTS / V::LANES;
     const size_t step = plan.down * TILE_SEGMENTS;
-    const size_t up = plan.up;
     const bool has_phase_0 = cursor.phase == 0;
-    const double *rows[PHASES];
-    const double *coefficients[PHASES];
-    typename V::vector sum[PHASES][PERIODS][VECTORS];
+    block_places<PHASES> places;
+    block_sums<V, PERIODS, PHASES> sum;
     for (unsigned p = 0; p < PHASES; ++p) {
-        rows[p] = samples + cursor.first * TILE_SEGMENTS;
-        coefficients[p] = plan.filter + cursor.offset;
-        for (unsigned r = 0; r < PERIODS; ++r) {
-            for (unsigned v = 0; v < VECTORS; ++v) {
-                sum[p][r][v] = V::zero();
-            }
+        places.rows[p] = samples + cursor.first * TILE_SEGMENTS;
+        places.coefficients[p] = plan.filter + cursor.offset;
+        for (unsigned i = 0; i < PERIODS * VECTORS; ++i) {
+            sum[p][i / VECTORS][i % VECTORS] = V::zero();
         }
         advance(plan, cursor);
     }
-    // 1. The one tap that phase 0 has more than the others.
-    if (has_phase_0) {
-        for (unsigned r = 0; r < PERIODS; ++r) {
-            addProducts<V, VECTORS>(sum[0][r], rows[0] + r * step, *coefficients[0]);
-        }
-        rows[0] += TILE_SEGMENTS;
-        coefficients[0] += up;
+    if (has_phase_0) { // it has a tap more than the others
+        addFirstTap<V, PERIODS, PHASES>(places, step, sum);
+        places.rows[0] += TILE_SEGMENTS;
+        places.coefficients[0] += plan.up;
     }
-    // 2. The 40 that all have. Unrolled, or counting the taps competes with the arithmetic.
-#pragma GCC unroll 4
-    for (unsigned tap = 0; tap < TAPS_PER_PHASE; ++tap) {
-        typename V::vector factor[PHASES];
-        for (unsigned p = 0; p < PHASES; ++p) {
-            factor[p] = V::spread(coefficients[p][tap * up]);
-        }
-        for (unsigned r = 0; r < PERIODS; ++r) {
-            for (unsigned v = 0; v < VECTORS; ++v) {
-                const size_t place = r * step + tap * TILE_SEGMENTS + v * V::LANES;
-                const typename V::vector shared = V::load(rows[0] + place);
-                for (unsigned p = 0; p < PHASES; ++p) {
-                    const typename V::vector sample = SHARED ? shared : V::load(rows[p] + place);
-                    sum[p][r][v] = V::add(sum[p][r][v], V::multiply(sample, factor[p]));
-                }
-            }
-        }
-    }
+    addTaps<V, PERIODS, PHASES, SHARED>(places, step, plan.up, sum);
     for (unsigned p = 0; p < PHASES; ++p) {
-        for (unsigned r = 0; r < PERIODS; ++r) {
-            for (unsigned v = 0; v < VECTORS; ++v) {
-                V::storeSaturated(sums + r * stride + p * TILE_SEGMENTS + v * V::LANES,
-                                  sum[p][r][v]);
-            }
+        for (unsigned i = 0; i < PERIODS * VECTORS; ++i) {
+            const unsigned r = i / VECTORS;
+            const unsigned v = i % VECTORS;
+            V::storeSaturated(sums + r * stride + p * TILE_SEGMENTS + v * V::LANES, sum[p][r][v]);
         }
     }
 }
@@ -186,8 +131,8 @@ void filterBlocks(const phase_plan &plan, const double *samples, phase_cursor &c
                                                 stride);
     }
     for (; done < phases; ++done) {
-        filterBlock<V, PERIODS, 1, SHARED>(plan, samples, cursor, sums + done * TILE_SEGMENTS,
-                                           stride);
+        filterBlock<V, PERIODS, 1, false>(plan, samples, cursor, sums + done * TILE_SEGMENTS,
+                                          stride);
     }
 }
 
@@ -228,20 +173,25 @@ void filterSegments(const phase_plan &plan, const double *samples, uint64_t leng
     }
 }
 
-// Chooses how many periods and phases the sums in flight belong to: periods before phases, whose
-// coefficients differ, unless the segments are too short for that or phases can share input.
-template <typename V, unsigned PERIODS>
+// Chooses what the sums in flight belong to: to periods before phases, whose coefficients differ,
+// unless two phases share their input or the segments are too short.
+template <typename V>
 void filterTileOfSegments(const phase_plan &plan, const double *samples, uint64_t length,
                           const lane_places<TILE_SEGMENTS> &places, unsigned lanes) {
-    if constexpr (PERIODS > 1) {
-        if (length < PERIODS) {
-            return filterTileOfSegments<V, PERIODS / 2>(plan, samples, length, places, lanes);
-        }
-        if (plan.down == 1 && plan.up % 2 == 0) {
-            return filterSegments<V, PERIODS / 2, true>(plan, samples, length, places, lanes);
-        }
+    constexpr unsigned ALL = V::LANES;
+    constexpr unsigned HALF = ALL / 2;
+    constexpr unsigned QUARTER = ALL > 4 ? ALL / 4 : 1;
+    if (length >= ALL && plan.down == 1 && plan.up % 2 == 0) {
+        filterSegments<V, HALF, true>(plan, samples, length, places, lanes);
+    } else if (length >= ALL) {
+        filterSegments<V, ALL, false>(plan, samples, length, places, lanes);
+    } else if (length >= HALF) {
+        filterSegments<V, HALF, false>(plan, samples, length, places, lanes);
+    } else if (length >= QUARTER) {
+        filterSegments<V, QUARTER, false>(plan, samples, length, places, lanes);
+    } else {
+        filterSegments<V, 1, false>(plan, samples, length, places, lanes);
     }
-    filterSegments<V, PERIODS, false>(plan, samples, length, places, lanes);
 }
 
 // The periods of all channels. The last segment of each may overlap the one before: both compute
@@ -258,7 +208,7 @@ void runSegments(const resample_job &job, const phase_plan &plan, uint64_t perio
         lane_places<TILE_SEGMENTS> places;
         placeLanes(job, plan, numbering, lane, lanes, places);
         gatherRows<V>(places, 0, rows, scratch);
-        filterTileOfSegments<V, V::LANES>(plan, scratch, cut.length, places, lanes);
+        filterTileOfSegments<V>(plan, scratch, cut.length, places, lanes);
     }
 }
 

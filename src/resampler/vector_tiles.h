@@ -59,7 +59,7 @@ void filterTile(const resample_job &job, const phase_plan &plan, uint64_t first_
     constexpr unsigned PHASES = SUMS_IN_FLIGHT * V::LANES / WIDTH;
     lane_places<WIDTH> places;
     placeLanes(job, plan, SINGLE_PERIODS, first_lane, lanes, places);
-    constexpr bool SKEWED = WIDTH == 8;
+    constexpr bool SKEWED = WIDTH == NARROW_TILE;
     constexpr unsigned PART = SKEWED ? 1 : PHASES;
     const group_parts<PART> parts(plan);
     group_window window = {};

@@ -6,7 +6,7 @@
 // Internal linkage: every unit that is compiled for this instruction set owns its copy.
 namespace {
 
-// A vector of doubles for the forms that are written once for all instruction sets, one rounding
+// A vector of doubles for the kernels that are written once for all instruction sets, one rounding
 // to each operation. loadSamples converts as many samples as there are lanes, storeDoubles four.
 // storeTruncated gives -2147483648 for what leaves the 32-bit range or is not a number, and raises
 // the floating-point flag for invalid operations; storeSaturated, for numbers, gives the nearest
