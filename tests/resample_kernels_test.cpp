@@ -25,34 +25,24 @@ struct rate_case {
     uint32_t output_rate;
 };
 
-// Segments (M up to 32, up to 64 for L below 8), phase groups and tiles of few and many rows, what
-// the scalar kernel keeps, and the pairs on either side of every limit.
+// Segments (L and M up to 32, or L below 8 and M up to 64), phase groups and tiles of few and many
+// rows, what the scalar kernel keeps, and pairs on either side of every limit.
 constexpr rate_case RATES[] = {
-    {"cd_to_dat", 44100, 48000},
-    {"dat_to_cd", 48000, 44100},
-    {"doubled", 48000, 96000},
-    {"halved", 96000, 48000},
-    {"sixth", 48000, 8000},
-    {"high_to_cd", 192000, 44100},
-    {"two_to_three", 2, 3},
-    {"step_32", 32, 441},
-    {"step_33", 33, 441},
-    {"step_33_few_phases", 33, 7},
-    {"step_48_one_phase", 384000, 8000},
-    {"step_64_few_phases", 64, 7},
-    {"step_65_few_phases", 65, 7},
-    {"rows_118", 88200, 8000},
-    {"rows_195", 176400, 8000},
-    {"rows_284", 384000, 11025},
-    {"rows_320", 359, 9},
-    {"rows_321", 361, 9},
-    {"seven_outputs_left", 441, 47},
-    {"far_apart", 4800, 1},
-    {"not_packed_rows_apart", 5000, 9},
-    {"many_phases", 8009, 8011},
-    {"not_packed_large", 300007, 300009},
-    {"one_to_many", 1, 5000},
-    {"two_thousand_phases", 2039, 2049},
+    {"cd_to_dat", 44100, 48000},    {"dat_to_cd", 48000, 44100},
+    {"doubled", 48000, 96000},      {"halved", 96000, 48000},
+    {"sixth", 48000, 8000},         {"high_to_cd", 192000, 44100},
+    {"two_to_three", 2, 3},         {"step_1_31_phases", 1, 31},
+    {"step_1_32_phases", 1, 32},    {"step_1_33_phases", 1, 33},
+    {"step_32_31_phases", 32, 31},  {"step_32_33_phases", 32, 33},
+    {"step_33_31_phases", 33, 31},  {"step_20_many_phases", 8000, 176400},
+    {"step_33_7_phases", 33, 7},    {"step_48_1_phase", 384000, 8000},
+    {"step_64_7_phases", 64, 7},    {"step_65_7_phases", 65, 7},
+    {"rows_118", 88200, 8000},      {"rows_195", 176400, 8000},
+    {"rows_284", 384000, 11025},    {"rows_320", 359, 9},
+    {"rows_321", 361, 9},           {"seven_outputs_left", 441, 47},
+    {"far_apart", 4800, 1},         {"not_packed_rows_apart", 5000, 9},
+    {"many_phases", 8009, 8011},    {"not_packed_large", 300007, 300009},
+    {"one_to_many", 1, 5000},       {"two_thousand_phases", 2039, 2049},
     {"several_windows", 5101, 367},
 };
 

@@ -7,6 +7,8 @@
 // Packed coefficients, and the input that a run of groups spans.
 namespace {
 
+static_assert(SCRATCH_DOUBLES / WIDE_TILE >= MOST_PACKED_ROWS, "room for the rows of a group");
+
 // The groups whose input the scratch holds at once. Rows behind the input of the last output meet
 // coefficients of zero alone. They are zeros: no input need stand there.
 struct group_window {

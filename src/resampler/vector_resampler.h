@@ -46,7 +46,8 @@ bool suitSegments(const phase_plan &plan, uint64_t periods) {
     if (plan.up < PHASES_PER_GROUP) {
         return plan.down <= LARGEST_STEP_OF_SHORT_PERIODS && periods >= FEWEST_SHORT_PERIODS;
     }
-    return plan.down <= LARGEST_SEGMENTED_STEP && periods != 0;
+    return plan.down <= LARGEST_SEGMENTED_STEP && plan.up <= LONGEST_SEGMENTED_PERIOD &&
+           periods != 0;
 }
 
 template <typename V>

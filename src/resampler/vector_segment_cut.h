@@ -12,6 +12,10 @@ constexpr unsigned TILE_SEGMENTS_LOG2 = 3;
 static_assert(TILE_SEGMENTS == 1 << TILE_SEGMENTS_LOG2);
 constexpr uint64_t SEGMENT_ROWS = SCRATCH_DOUBLES / TILE_SEGMENTS;
 
+// A segment of one period fits into the scratch, and one of 8, which lengthForBlock may choose.
+static_assert(8 * LARGEST_STEP_OF_SHORT_PERIODS + TAPS_PER_PHASE < SEGMENT_ROWS);
+static_assert(LARGEST_SEGMENTED_STEP <= LARGEST_STEP_OF_SHORT_PERIODS);
+
 // How the periods of every channel are cut.
 struct segment_cut {
     uint64_t length;   // periods of a segment

@@ -35,7 +35,8 @@ void advance(const phase_plan &plan, phase_cursor &cursor) {
     }
 }
 
-constexpr uint64_t CHUNK_ROWS = SUMS_PER_CHUNK / TILE_SEGMENTS;
+static_assert(SUMS_PER_CHUNK >= LONGEST_SEGMENTED_PERIOD * TILE_SEGMENTS * TILE_SEGMENTS,
+              "room for a period of every sum in flight");
 
 // The sums in flight of a block: PHASES phases in PERIODS periods, for all lanes.
 template <typename V, unsigned PERIODS, unsigned PHASES>
@@ -118,79 +119,71 @@ void filterBlock(const phase_plan &plan, const double *samples, phase_cursor &cu
     }
 }
 
-// `phases` phases from the cursor's on, in blocks. The sums stand in rows as the outputs in their
-// arrays: phase by phase, period by period.
+// All phases of PERIODS periods, in blocks. The sums stand in rows as the outputs in their arrays:
+// phase by phase, period by period.
 template <typename V, unsigned PERIODS, bool SHARED>
-void filterBlocks(const phase_plan &plan, const double *samples, phase_cursor &cursor,
-                  uint64_t phases, int32_t *sums) {
+void filterPeriods(const phase_plan &plan, const double *samples, int32_t *sums) {
     constexpr unsigned PHASES = V::LANES / PERIODS;
-    const size_t stride = phases * TILE_SEGMENTS;
-    uint64_t done = 0;
-    for (; done + PHASES <= phases; done += PHASES) {
-        filterBlock<V, PERIODS, PHASES, SHARED>(plan, samples, cursor, sums + done * TILE_SEGMENTS,
-                                                stride);
+    const size_t stride = plan.up * TILE_SEGMENTS;
+    phase_cursor cursor = {};
+    while (cursor.phase + PHASES <= plan.up) {
+        filterBlock<V, PERIODS, PHASES, SHARED>(plan, samples, cursor,
+                                                sums + cursor.phase * TILE_SEGMENTS, stride);
     }
-    for (; done < phases; ++done) {
-        filterBlock<V, PERIODS, 1, false>(plan, samples, cursor, sums + done * TILE_SEGMENTS,
-                                          stride);
+    while (cursor.phase < plan.up) {
+        filterBlock<V, PERIODS, 1, false>(plan, samples, cursor,
+                                          sums + cursor.phase * TILE_SEGMENTS, stride);
     }
 }
 
-// All periods of a tile's segments, at least PERIODS, in chunks that leave through `scatter`: some
-// periods of all phases, or some phases of PERIODS periods. The last chunk may overlap the one
-// before.
+// Segments side by side, `length` periods each.
+struct segment_tile {
+    uint64_t length;
+    unsigned lanes; // wanted
+    lane_places<TILE_SEGMENTS> places;
+    const double *samples; // the scratch
+    int32_t *sums;         // SUMS_PER_CHUNK
+};
+
+// All periods of a tile, at least PERIODS. Some at a time leave through `scatter`; the last may
+// overlap those before.
 template <typename V, unsigned PERIODS, bool SHARED>
-void filterSegments(const phase_plan &plan, const double *samples, uint64_t length,
-                    const lane_places<TILE_SEGMENTS> &places, unsigned lanes) {
-    alignas(64) int32_t sums[SUMS_PER_CHUNK];
-    const uint64_t most_phases = smaller(plan.up, CHUNK_ROWS / PERIODS);
-    const uint64_t most_periods = CHUNK_ROWS / most_phases / PERIODS * PERIODS;
+void filterSegments(const phase_plan &plan, const segment_tile &tile) {
+    const uint64_t rows = SUMS_PER_CHUNK / TILE_SEGMENTS;
+    const uint64_t most = rows / plan.up / PERIODS * PERIODS;
     uint64_t end = 0;
-    while (end < length) {
-        const uint64_t left = length - end;
-        const uint64_t periods =
-            left < PERIODS ? PERIODS : smaller(most_periods, left / PERIODS * PERIODS);
-        const uint64_t period = smaller(end, length - periods);
-        end = period + periods;
-        phase_cursor cursor = {};
-        while (cursor.phase < plan.up) {
-            const phase_cursor start = cursor;
-            const uint64_t phases = smaller(most_phases, plan.up - start.phase);
-            for (uint64_t r = 0; r < periods; r += PERIODS) {
-                cursor = start;
-                filterBlocks<V, PERIODS, SHARED>(plan,
-                                                 samples + (period + r) * plan.down * TILE_SEGMENTS,
-                                                 cursor, phases, sums + r * phases * TILE_SEGMENTS);
-            }
-            // Periods of all phases follow one another without a gap.
-            const uint64_t runs = phases == plan.up ? 1 : periods;
-            const uint64_t run = periods * phases / runs;
-            for (uint64_t r = 0; r < runs; ++r) {
-                scatter<V>(sums + r * run * TILE_SEGMENTS, TILE_SEGMENTS, run, places.destinations,
-                           lanes, (period + r) * plan.up + start.phase);
-            }
+    while (end < tile.length) {
+        const uint64_t left = (tile.length - end) / PERIODS * PERIODS;
+        const uint64_t periods = left == 0 ? PERIODS : smaller(most, left);
+        const uint64_t first = smaller(end, tile.length - periods);
+        end = first + periods;
+        const double *samples = tile.samples + first * plan.down * TILE_SEGMENTS;
+        for (uint64_t i = 0; i < periods; i += PERIODS) {
+            filterPeriods<V, PERIODS, SHARED>(plan, samples + i * plan.down * TILE_SEGMENTS,
+                                              tile.sums + i * plan.up * TILE_SEGMENTS);
         }
+        scatter<V>(tile.sums, TILE_SEGMENTS, periods * plan.up, tile.places.destinations,
+                   tile.lanes, first * plan.up);
     }
 }
 
 // Chooses what the sums in flight belong to: to periods before phases, whose coefficients differ,
 // unless two phases share their input or the segments are too short.
 template <typename V>
-void filterTileOfSegments(const phase_plan &plan, const double *samples, uint64_t length,
-                          const lane_places<TILE_SEGMENTS> &places, unsigned lanes) {
+void filterTileOfSegments(const phase_plan &plan, const segment_tile &tile) {
     constexpr unsigned ALL = V::LANES;
     constexpr unsigned HALF = ALL / 2;
     constexpr unsigned QUARTER = ALL > 4 ? ALL / 4 : 1;
-    if (length >= ALL && plan.down == 1 && plan.up % 2 == 0) {
-        filterSegments<V, HALF, true>(plan, samples, length, places, lanes);
-    } else if (length >= ALL) {
-        filterSegments<V, ALL, false>(plan, samples, length, places, lanes);
-    } else if (length >= HALF) {
-        filterSegments<V, HALF, false>(plan, samples, length, places, lanes);
-    } else if (length >= QUARTER) {
-        filterSegments<V, QUARTER, false>(plan, samples, length, places, lanes);
+    if (tile.length >= ALL && plan.down == 1 && plan.up % 2 == 0) {
+        filterSegments<V, HALF, true>(plan, tile);
+    } else if (tile.length >= ALL) {
+        filterSegments<V, ALL, false>(plan, tile);
+    } else if (tile.length >= HALF) {
+        filterSegments<V, HALF, false>(plan, tile);
+    } else if (tile.length >= QUARTER) {
+        filterSegments<V, QUARTER, false>(plan, tile);
     } else {
-        filterSegments<V, 1, false>(plan, samples, length, places, lanes);
+        filterSegments<V, 1, false>(plan, tile);
     }
 }
 
@@ -199,16 +192,17 @@ void filterTileOfSegments(const phase_plan &plan, const double *samples, uint64_
 template <typename V>
 void runSegments(const resample_job &job, const phase_plan &plan, uint64_t periods,
                  double *scratch) {
+    alignas(64) int32_t sums[SUMS_PER_CHUNK];
     const segment_cut cut = cutPeriods<V>(plan, job.state->channels, periods);
     const lane_numbering numbering = {cut.length, periods - cut.length};
     const uint64_t rows = segmentRows(plan, cut.length);
     const uint64_t all = cut.segments * job.state->channels;
     for (uint64_t lane = 0; lane < all; lane += TILE_SEGMENTS) {
         const auto lanes = static_cast<unsigned>(smaller(TILE_SEGMENTS, all - lane));
-        lane_places<TILE_SEGMENTS> places;
-        placeLanes(job, plan, numbering, lane, lanes, places);
-        gatherRows<V>(places, 0, rows, scratch);
-        filterTileOfSegments<V>(plan, scratch, cut.length, places, lanes);
+        segment_tile tile = {cut.length, lanes, {}, scratch, sums};
+        placeLanes(job, plan, numbering, lane, lanes, tile.places);
+        gatherRows<V>(tile.places, 0, rows, scratch);
+        filterTileOfSegments<V>(plan, tile);
     }
 }
 
