@@ -9,8 +9,8 @@ namespace {
 
 static_assert(SCRATCH_DOUBLES / WIDE_TILE >= MOST_PACKED_ROWS, "room for the rows of a group");
 
-// The groups whose input the scratch holds at once. Rows behind the input of the last output meet
-// coefficients of zero alone. They are zeros: no input need stand there.
+// The groups whose input the scratch holds at once. Rows behind the last output's input meet
+// coefficients of zero alone: zeros stand there.
 struct group_window {
     uint64_t group;     // the first
     uint64_t end;       // the group behind the last

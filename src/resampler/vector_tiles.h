@@ -9,11 +9,14 @@
 //
 //     row 0   lane 0, lane 1, ... lane WIDTH - 1      first sample of the window's first phase
 //     row 1   lane 0, lane 1, ...
-//     ...                                             every phase walks 40 rows down
+//     ...
+//
+// PHASES phases of a group are in flight. They walk the rows that any of them needs and load each
+// row once, or, skewed, 41 rows each from their own first on.
 namespace {
 
-// PHASES phases of a group, all lanes: one row of `sums` per phase. `samples` are the group's.
-// SKEWED: every phase walks its own rows, those of its own part; else all walk those of one part.
+// One part of a group, all lanes: one row of `sums` per phase. `samples` are the group's. `parts`
+// is that part or, skewed, the first of PHASES parts of one phase each.
 template <typename V, unsigned WIDTH, unsigned PHASES, bool SKEWED>
 void filterTilePart(const double *coefficients, const double *samples, const group_part *parts,
                     int32_t *sums) {
@@ -57,10 +60,10 @@ template <typename V, unsigned WIDTH>
 void filterTile(const resample_job &job, const phase_plan &plan, uint64_t first_lane,
                 unsigned lanes, double *scratch) {
     constexpr unsigned PHASES = SUMS_IN_FLIGHT * V::LANES / WIDTH;
-    lane_places<WIDTH> places;
-    placeLanes(job, plan, SINGLE_PERIODS, first_lane, lanes, places);
     constexpr bool SKEWED = WIDTH == NARROW_TILE;
     constexpr unsigned PART = SKEWED ? 1 : PHASES;
+    lane_places<WIDTH> places;
+    placeLanes(job, plan, SINGLE_PERIODS, first_lane, lanes, places);
     const group_parts<PART> parts(plan);
     group_window window = {};
     while (window.end * PHASES_PER_GROUP < plan.up) {
