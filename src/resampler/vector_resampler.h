@@ -14,15 +14,6 @@ bool suitGroups(const phase_plan &plan, uint64_t lanes) {
            (lanes <= MOST_GROUPED && lanes * plan.group_rows <= MOST_GROUPED_ROWS[V::LANES / 4]);
 }
 
-// A tile of WIDTH lanes, or of those left; returns the lanes done.
-template <typename V, unsigned WIDTH>
-uint64_t runTile(const resample_job &job, const phase_plan &plan, uint64_t lane, uint64_t left,
-                 double *scratch) {
-    const auto lanes = static_cast<unsigned>(smaller(left, WIDTH));
-    filterTile<V, WIDTH>(job, plan, lane, lanes, scratch);
-    return lanes;
-}
-
 // Whole periods, in tiles while the lanes left are too many for groups.
 template <typename V>
 void runPeriods(const resample_job &job, const phase_plan &plan, uint64_t lanes, double *scratch) {
@@ -31,11 +22,11 @@ void runPeriods(const resample_job &job, const phase_plan &plan, uint64_t lanes,
     while (!suitGroups<V>(plan, lanes - lane)) {
         const uint64_t left = lanes - lane;
         if (left <= NARROW_TILE) {
-            lane += runTile<V, NARROW_TILE>(job, plan, lane, left, scratch);
+            lane += filterTile<V, NARROW_TILE>(job, plan, lane, left, scratch);
         } else if (left <= MIDDLE) {
-            lane += runTile<V, MIDDLE>(job, plan, lane, left, scratch);
+            lane += filterTile<V, MIDDLE>(job, plan, lane, left, scratch);
         } else {
-            lane += runTile<V, WIDE_TILE>(job, plan, lane, left, scratch);
+            lane += filterTile<V, WIDE_TILE>(job, plan, lane, left, scratch);
         }
     }
     filterLanesInGroups<V>(job, plan, lane, lanes, plan.up, scratch);

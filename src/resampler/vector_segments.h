@@ -99,8 +99,10 @@ void filterBlock(const phase_plan &plan, const double *samples, phase_cursor &cu
     for (unsigned p = 0; p < PHASES; ++p) {
         places.rows[p] = samples + cursor.first * TILE_SEGMENTS;
         places.coefficients[p] = plan.filter + cursor.offset;
-        for (unsigned i = 0; i < PERIODS * VECTORS; ++i) {
-            sum[p][i / VECTORS][i % VECTORS] = V::zero();
+        for (auto &of_period : sum[p]) {
+            for (auto &vector : of_period) {
+                vector = V::zero();
+            }
         }
         advance(plan, cursor);
     }

@@ -28,8 +28,8 @@ void filterTilePart(const double *coefficients, const double *samples, const gro
         const size_t begin = parts[SKEWED ? p : 0].begin;
         factors[p] = coefficients + begin * PHASES_PER_GROUP + parts->phase + p;
         rows[p] = samples + begin * WIDTH;
-        for (unsigned v = 0; v < VECTORS; ++v) {
-            sum[p][v] = V::zero();
+        for (auto &vector : sum[p]) {
+            vector = V::zero();
         }
     }
     const size_t count = parts->end - parts->begin;
@@ -55,13 +55,14 @@ void filterTilePart(const double *coefficients, const double *samples, const gro
     }
 }
 
-// Whole periods of `lanes` lanes, at most WIDTH.
+// Whole periods of WIDTH lanes, or of those left. Returns the lanes done.
 template <typename V, unsigned WIDTH>
-void filterTile(const resample_job &job, const phase_plan &plan, uint64_t first_lane,
-                unsigned lanes, double *scratch) {
+uint64_t filterTile(const resample_job &job, const phase_plan &plan, uint64_t first_lane,
+                    uint64_t left, double *scratch) {
     constexpr unsigned PHASES = SUMS_IN_FLIGHT * V::LANES / WIDTH;
     constexpr bool SKEWED = WIDTH == NARROW_TILE;
     constexpr unsigned PART = SKEWED ? 1 : PHASES;
+    const auto lanes = static_cast<unsigned>(smaller(left, WIDTH));
     lane_places<WIDTH> places;
     placeLanes(job, plan, SINGLE_PERIODS, first_lane, lanes, places);
     const group_parts<PART> parts(plan);
@@ -84,6 +85,7 @@ void filterTile(const resample_job &job, const phase_plan &plan, uint64_t first_
                        lanes, phase);
         }
     }
+    return lanes;
 }
 
 } // namespace

@@ -85,21 +85,9 @@ void scatterColumns(const int32_t *rows, size_t row_stride, uint64_t count,
     for (; row + C::COLUMNS <= count; row += C::COLUMNS) {
         C::storeColumns(rows + row * row_stride, row_stride, destinations, lanes, first + row);
     }
-    if (row == count) {
-        return;
-    }
-    if constexpr (C::COLUMNS > sse2_columns::COLUMNS) {
-        constexpr unsigned HALF = C::COLUMNS / 2;
-        const unsigned low = lanes < HALF ? lanes : HALF;
-        const int32_t *rest = rows + row * row_stride;
-        scatterColumns<sse2_columns>(rest, row_stride, count - row, destinations, low, first + row);
-        scatterColumns<sse2_columns>(rest + HALF, row_stride, count - row, destinations + HALF,
-                                     lanes - low, first + row);
-    } else {
-        for (; row < count; ++row) {
-            for (unsigned lane = 0; lane < lanes; ++lane) {
-                destinations[lane][first + row] = rows[row * row_stride + lane];
-            }
+    for (; row < count; ++row) {
+        for (unsigned lane = 0; lane < lanes; ++lane) {
+            destinations[lane][first + row] = rows[row * row_stride + lane];
         }
     }
 }
