@@ -22,7 +22,8 @@ struct group_shape {
     static constexpr unsigned PHASES = ELEMENTS < PHASES_PER_GROUP ? 4 : PHASES_PER_GROUP;
     static constexpr unsigned VECTORS = PHASES / V::LANES;
     static constexpr unsigned FITTING = SUMS_IN_FLIGHT / VECTORS / LANES;
-    static constexpr unsigned GROUPS = FITTING < MOST_GROUPS ? FITTING : MOST_GROUPS;
+    static constexpr unsigned MOST = (MOST_GROUPS + LANES - 1) / LANES;
+    static constexpr unsigned GROUPS = FITTING < MOST ? FITTING : MOST;
     static constexpr size_t RUN = SCRATCH_DOUBLES / LANES;
 };
 
