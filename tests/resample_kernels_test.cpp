@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-// Every vector form of the resampler against the plain one: the same samples for every number of
+// Every SIMD kernel of the resampler against the scalar one: the same samples for every number of
 // outputs and channels, and nothing read or written beyond the arrays.
 
 namespace {
@@ -25,25 +25,24 @@ struct rate_case {
     uint32_t output_rate;
 };
 
-// Stretches of rounds (M up to 32), rounds with and without a kernel table, L of every size.
+// Segments (L and M up to 32, or L below 8 and M up to 64), phase groups and tiles of few and many
+// rows, what the scalar kernel keeps, and pairs on either side of every limit.
 constexpr rate_case RATES[] = {
-    {"cd_to_dat", 44100, 48000},
-    {"dat_to_cd", 48000, 44100},
-    {"doubled", 48000, 96000},
-    {"halved", 96000, 48000},
-    {"sixth", 48000, 8000},
-    {"high_to_cd", 192000, 44100},
-    {"two_to_three", 2, 3},
-    {"step_32", 32, 441},
-    {"step_33", 33, 441},
-    {"step_33_few_phases", 33, 7},
-    {"seven_outputs_left", 441, 47},
-    {"far_apart", 4800, 1},
-    {"no_table_rows_apart", 5000, 9},
-    {"many_phases", 8009, 8011},
-    {"no_table_large", 300007, 300009},
-    {"one_to_many", 1, 5000},
-    {"table_near_limit", 2039, 2049},
+    {"cd_to_dat", 44100, 48000},    {"dat_to_cd", 48000, 44100},
+    {"doubled", 48000, 96000},      {"halved", 96000, 48000},
+    {"sixth", 48000, 8000},         {"high_to_cd", 192000, 44100},
+    {"two_to_three", 2, 3},         {"step_1_31_phases", 1, 31},
+    {"step_1_32_phases", 1, 32},    {"step_1_33_phases", 1, 33},
+    {"step_32_31_phases", 32, 31},  {"step_32_33_phases", 32, 33},
+    {"step_33_31_phases", 33, 31},  {"step_20_many_phases", 8000, 176400},
+    {"step_33_7_phases", 33, 7},    {"step_48_1_phase", 384000, 8000},
+    {"step_64_7_phases", 64, 7},    {"step_65_7_phases", 65, 7},
+    {"rows_118", 88200, 8000},      {"rows_195", 176400, 8000},
+    {"rows_284", 384000, 11025},    {"rows_320", 359, 9},
+    {"rows_321", 361, 9},           {"seven_outputs_left", 441, 47},
+    {"far_apart", 4800, 1},         {"not_packed_rows_apart", 5000, 9},
+    {"many_phases", 8009, 8011},    {"not_packed_large", 300007, 300009},
+    {"one_to_many", 1, 5000},       {"two_thousand_phases", 2039, 2049},
     {"several_windows", 5101, 367},
 };
 
@@ -62,10 +61,10 @@ protected:
                                state_.up_factor, 9.0,
                                0.6 / std::max(state_.up_factor, state_.down_factor));
         state_.filter = filter_.data();
-        makeTable();
+        pack();
     }
 
-    void makeTable() {
+    void pack() {
         planPackedCoefficients(state_);
         packed_ = std::vector<char>(state_.packed_bytes);
         if (state_.packed_bytes != 0) {
@@ -130,7 +129,7 @@ void resample_kernels::compare(uint32_t outputs, uint32_t channels) {
     }
 }
 
-// Parts of a round, as a flush asks for.
+// Parts of a period, as a flush asks for.
 TEST_P(resample_kernels, FewOutputs) {
     for (uint32_t outputs = 0; outputs <= 67; ++outputs) {
         compare(outputs, 1 + outputs % AUDIO_MAX_CHANNELS);
@@ -139,16 +138,16 @@ TEST_P(resample_kernels, FewOutputs) {
 }
 
 // Every number of lanes from one up to more than the widest tile, and a whole scratch.
-TEST_P(resample_kernels, WholeRounds) {
+TEST_P(resample_kernels, WholePeriods) {
     const uint32_t up = state_.up_factor;
     for (uint32_t channels = 1; channels <= AUDIO_MAX_CHANNELS; ++channels) {
-        for (uint32_t rounds = 1; rounds <= 5 && rounds * up < 30000; ++rounds) {
-            compare(rounds * up, channels);
-            compare(rounds * up + up / 2, channels);
+        for (uint32_t periods = 1; periods <= 5 && periods * up < 30000; ++periods) {
+            compare(periods * up, channels);
+            compare(periods * up + up / 2, channels);
         }
     }
-    for (uint32_t rounds = 6; rounds <= 69 && rounds * up < 11000; ++rounds) {
-        compare(rounds * up + up / 3, 1);
+    for (uint32_t periods = 6; periods <= 69 && periods * up < 11000; ++periods) {
+        compare(periods * up + up / 3, 1);
     }
     compare(std::max(1u, std::min(5300u, 20000u / up)) * up, 1);
     compare(std::max(1u, std::min(1300u, 9000u / up)) * up, 3);
@@ -157,7 +156,7 @@ TEST_P(resample_kernels, WholeRounds) {
 INSTANTIATE_TEST_SUITE_P(Rates, resample_kernels, testing::ValuesIn(RATES),
                          [](const auto &row) { return std::string(row.param.name); });
 
-// Tables of every length up to some batches of coefficients, in every vector form.
+// Tables of every length up to some batches of coefficients, of every kernel.
 TEST(filter_design_kernels, EqualTables) {
     for (uint32_t phases = 1; phases <= 67; ++phases) {
         const size_t length = 40 * phases + 1;

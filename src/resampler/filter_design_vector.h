@@ -5,7 +5,7 @@
 
 #include <math.h>
 
-// Shared by the vector forms. Everything has internal linkage: each instruction set's unit owns
+// Shared by the SIMD kernels. Everything has internal linkage: each instruction set's unit owns
 // its copy, compiled for that set. Lanes are neighbouring coefficients.
 namespace {
 

@@ -1,13 +1,10 @@
 #include "resampler/packed_coefficients.h"
 
+#include "resampler/strategy.h"
+
 namespace {
 
 constexpr size_t TABLE_ALIGNMENT = 64;
-
-// The cost of an output must not grow with L, so nearly every pair of rates has packed
-// coefficients.
-constexpr uint64_t MOST_PACKED_BYTES = uint64_t{64} << 20;
-constexpr uint64_t MOST_ROWS = 144; // more are mostly zeros, and slower than the scalar kernel
 
 constexpr uint64_t divideUp(uint64_t dividend, uint64_t divisor) {
     return (dividend + divisor - 1) / divisor;
@@ -29,8 +26,10 @@ void planPackedCoefficients(resampler_state &state) {
     const uint64_t rows = packedRows(state.up_factor, state.down_factor);
     const uint64_t groups = divideUp(state.up_factor, PHASES_PER_GROUP);
     const uint64_t bytes = groups * rows * PHASES_PER_GROUP * sizeof(double);
-    if (state.down_factor <= LARGEST_SEGMENTED_STEP || state.up_factor < PHASES_PER_GROUP ||
-        rows > MOST_ROWS || bytes > MOST_PACKED_BYTES) {
+    const bool segmented =
+        state.down_factor <= LARGEST_SEGMENTED_STEP && state.up_factor <= LONGEST_SEGMENTED_PERIOD;
+    if (segmented || state.up_factor < PHASES_PER_GROUP || rows > MOST_PACKED_ROWS ||
+        bytes > MOST_PACKED_BYTES) {
         return;
     }
     state.packed_rows = rows;

@@ -16,10 +16,6 @@
 
 constexpr uint32_t PHASES_PER_GROUP = 8;
 
-// Up to this M the SIMD kernels walk segments of many periods and read `resampler_state::filter`;
-// nothing is packed.
-constexpr uint32_t LARGEST_SEGMENTED_STEP = 32;
-
 // Rows of one group; L and M nonzero.
 uint64_t packedRows(uint64_t up, uint64_t down);
 

@@ -1,17 +1,13 @@
 #include "resampler/vector_resampler.h"
 #include "simd/doubles_avx2.h"
+#include "simd/transpose_avx2.h"
 
 namespace {
 
-struct avx2_form : avx2_doubles {
-    static constexpr unsigned NARROWEST = 4;
-    static constexpr unsigned GROUPS = 4;
-    static constexpr unsigned FEW_LANES = 2;
-    static constexpr unsigned MOST_GROUP_ROWS = 80;
-};
+struct avx2_kernel : avx2_doubles, avx2_columns {};
 
 } // namespace
 
 uint64_t resampleChannelsAvx2(const resample_job &job) {
-    return runForm<avx2_form>(job);
+    return runKernel<avx2_kernel>(job);
 }

@@ -1,17 +1,13 @@
 #include "resampler/vector_resampler.h"
 #include "simd/doubles_avx512.h"
+#include "simd/transpose_avx2.h"
 
 namespace {
 
-struct avx512_form : avx512_doubles {
-    static constexpr unsigned NARROWEST = 8;
-    static constexpr unsigned GROUPS = 5;
-    static constexpr unsigned FEW_LANES = 2;
-    static constexpr unsigned MOST_GROUP_ROWS = 80;
-};
+struct avx512_kernel : avx512_doubles, avx2_columns {};
 
 } // namespace
 
 uint64_t resampleChannelsAvx512(const resample_job &job) {
-    return runForm<avx512_form>(job);
+    return runKernel<avx512_kernel>(job);
 }

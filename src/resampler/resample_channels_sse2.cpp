@@ -1,17 +1,13 @@
 #include "resampler/vector_resampler.h"
 #include "simd/doubles_sse2.h"
+#include "simd/vector_transpose.h"
 
 namespace {
 
-struct sse2_form : sse2_doubles {
-    static constexpr unsigned NARROWEST = 4;
-    static constexpr unsigned GROUPS = 2;
-    static constexpr unsigned FEW_LANES = 2;
-    static constexpr unsigned MOST_GROUP_ROWS = 60;
-};
+struct sse2_kernel : sse2_doubles, sse2_columns {};
 
 } // namespace
 
 uint64_t resampleChannelsSse2(const resample_job &job) {
-    return runForm<sse2_form>(job);
+    return runKernel<sse2_kernel>(job);
 }

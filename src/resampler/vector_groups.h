@@ -1,117 +1,89 @@
 #pragma once
 
-#include "resampler/vector_tile.h"
+#include "resampler/resample_channel.h"
+#include "resampler/vector_lanes.h"
+#include "resampler/vector_packed.h"
 
-// Shared by the vector forms; internal linkage, see vector_phases.h.
+// Shared by the SIMD kernels; internal linkage, see vector_plan.h.
 //
-// Forms that read the packed coefficients's rows whole, a group of eight phases at a time.
+// Few lanes: the elements of a vector are neighbouring phases of a group. Up to four lanes share
+// each row of coefficients that is read.
+//
+//     scratch    lane 0: x[0] x[1] x[2] ...      one run of input per lane, RUN apart
+//                lane 1: x[0] x[1] x[2] ...
+//
+//     sums of lane l += row i of the coefficients * lane l's sample i in all elements
 namespace {
 
-// The groups whose input the scratch holds at once. The rows past the last output's, which no
-// input need stand behind, meet coefficients of zero alone; they are zeros.
-struct group_window {
-    uint64_t group;     // the first
-    uint64_t end;       // the group behind the last
-    uint64_t first_row; // input sample, from the round's start
-    uint64_t rows;
-    uint64_t held_rows; // those with input
+// What the registers hold at once.
+template <typename V, unsigned LANES>
+struct group_shape {
+    static constexpr unsigned ELEMENTS = SUMS_IN_FLIGHT * V::LANES / LANES; // of one lane
+    static constexpr unsigned PHASES = ELEMENTS < PHASES_PER_GROUP ? 4 : PHASES_PER_GROUP;
+    static constexpr unsigned VECTORS = PHASES / V::LANES;
+    static constexpr unsigned FITTING = SUMS_IN_FLIGHT / VECTORS / LANES;
+    static constexpr unsigned MOST = (MOST_GROUPS + LANES - 1) / LANES;
+    static constexpr unsigned GROUPS = FITTING < MOST ? FITTING : MOST;
+    static constexpr size_t RUN = SCRATCH_DOUBLES / LANES;
 };
 
-group_window openWindow(const phase_plan &plan, uint64_t group, uint64_t phases,
-                        uint64_t capacity) {
-    const uint64_t groups = (phases + PHASES_PER_GROUP - 1) / PHASES_PER_GROUP;
-    const uint64_t first = firstSampleOf(plan, group * PHASES_PER_GROUP);
-    const uint64_t reach = (first + capacity - plan.group_rows) * plan.up / plan.down;
-    const uint64_t end = smaller(groups, reach / PHASES_PER_GROUP + 1);
-    const uint64_t rows =
-        firstSampleOf(plan, (end - 1) * PHASES_PER_GROUP) + plan.group_rows - first;
-    return {group, end, first, rows, smaller(rows, samplesUnder(plan, phases) - first)};
+// Where a pass reads the coefficients and the input of its groups.
+template <unsigned GROUPS>
+struct group_places {
+    uint64_t groups[GROUPS];
+    const double *coefficients[GROUPS];
+    const double *samples[GROUPS];
+};
+
+// GROUPS groups from `group` on; past the window's end, its last group again.
+template <unsigned GROUPS>
+group_places<GROUPS> placeGroups(const phase_plan &plan, const group_window &window,
+                                 const double *scratch, uint64_t group) {
+    group_places<GROUPS> places;
+    for (unsigned g = 0; g < GROUPS; ++g) {
+        places.groups[g] = smaller(group + g, window.end - 1);
+        places.coefficients[g] = coefficientsOf(plan, places.groups[g]);
+        places.samples[g] = scratch + rowOf(plan, window, places.groups[g]);
+    }
+    return places;
 }
 
-const double *tableOf(const phase_plan &plan, uint64_t group) {
-    return plan.packed + group * plan.group_rows * PHASES_PER_GROUP;
-}
-
-// Rows of the window in front of a group's first.
-uint64_t rowOf(const phase_plan &plan, const group_window &window, uint64_t group) {
-    return firstSampleOf(plan, group * PHASES_PER_GROUP) - window.first_row;
-}
-
-// PHASES phases of a group, all lanes of a tile: one row of `sums` per phase.
-template <typename V, unsigned WIDTH, unsigned PHASES>
-void filterGroupPhases(const double *table, const double *samples, size_t rows, int32_t *sums) {
-    constexpr unsigned VECTORS = WIDTH / V::LANES;
-    typename V::vector sum[PHASES][VECTORS];
-    for (unsigned p = 0; p < PHASES; ++p) {
-        for (unsigned v = 0; v < VECTORS; ++v) {
-            sum[p][v] = V::zero();
+// The sums of a part of each group. Every sum starts at 0.0 and takes its products in input order,
+// each rounded before it is added.
+template <typename V, unsigned LANES, unsigned GROUPS = group_shape<V, LANES>::GROUPS>
+void filterPart(const group_places<GROUPS> &places, const group_part &part,
+                int32_t (&sums)[GROUPS][LANES][PHASES_PER_GROUP]) {
+    using shape = group_shape<V, LANES>;
+    typename V::vector sum[GROUPS][LANES][shape::VECTORS];
+    for (auto &of_group : sum) {
+        for (auto &of_lane : of_group) {
+            for (auto &vector : of_lane) {
+                vector = V::zero();
+            }
         }
     }
 #pragma GCC unroll 4
-    for (size_t row = 0; row < rows; ++row) {
-        typename V::vector sample[VECTORS];
-        for (unsigned v = 0; v < VECTORS; ++v) {
-            sample[v] = V::load(samples + row * WIDTH + v * V::LANES);
-        }
-        for (unsigned p = 0; p < PHASES; ++p) {
-            const typename V::vector coefficient = V::spread(table[row * PHASES_PER_GROUP + p]);
-            for (unsigned v = 0; v < VECTORS; ++v) {
-                sum[p][v] = V::add(sum[p][v], V::multiply(sample[v], coefficient));
+    for (size_t row = part.begin; row < part.end; ++row) {
+        for (unsigned g = 0; g < GROUPS; ++g) {
+            const double *coefficients =
+                places.coefficients[g] + row * PHASES_PER_GROUP + part.phase;
+            typename V::vector factors[shape::VECTORS];
+            for (unsigned v = 0; v < shape::VECTORS; ++v) {
+                factors[v] = V::load(coefficients + v * V::LANES);
+            }
+            for (unsigned lane = 0; lane < LANES; ++lane) {
+                const auto sample = V::spread(places.samples[g][lane * shape::RUN + row]);
+                for (unsigned v = 0; v < shape::VECTORS; ++v) {
+                    sum[g][lane][v] = V::add(sum[g][lane][v], V::multiply(factors[v], sample));
+                }
             }
         }
     }
-    for (unsigned p = 0; p < PHASES; ++p) {
-        for (unsigned v = 0; v < VECTORS; ++v) {
-            V::storeSaturated(sums + p * WIDTH + v * V::LANES, sum[p][v]);
-        }
-    }
-}
-
-// The rows of a group in which its phases first .. last have coefficients: in every group a phase
-// starts phase * M / L rows down, rounded up or down.
-struct phase_rows {
-    uint64_t begin;
-    uint64_t end;
-};
-
-phase_rows rowsOfPhases(const phase_plan &plan, uint64_t first, uint64_t last) {
-    // Phase 0 has a tap more, which shows when it stands alone.
-    const uint64_t taps = first == 0 ? TAPS_PER_PHASE + 1 : TAPS_PER_PHASE;
-    return {first * plan.down / plan.up,
-            smaller(firstSampleOf(plan, last) + taps, plan.group_rows)};
-}
-
-// Whole rounds; lanes are rounds and channels. The scratch holds one row of all lanes for every
-// input sample.
-template <typename V, unsigned WIDTH>
-void filterRoundsInGroups(const resample_job &job, const phase_plan &plan, uint64_t first_lane,
-                          unsigned lanes, double *scratch) {
-    constexpr unsigned PHASES = SUMS_IN_FLIGHT * V::LANES / WIDTH;
-    lane_places<WIDTH> places;
-    placeLanes(job, plan, SINGLE_ROUNDS, first_lane, lanes, places);
-    phase_rows rows[PHASES_PER_GROUP / PHASES];
-    for (unsigned p = 0; p < PHASES_PER_GROUP; p += PHASES) {
-        rows[p / PHASES] = rowsOfPhases(plan, p, p + PHASES - 1);
-    }
-    group_window window = {};
-    while (window.end * PHASES_PER_GROUP < plan.up) {
-        window = openWindow(plan, window.end, plan.up, SCRATCH_DOUBLES / WIDTH);
-        gatherRows<V>(places, window.first_row, window.held_rows, scratch);
-        for (uint64_t i = window.held_rows * WIDTH; i < window.rows * WIDTH; ++i) {
-            scratch[i] = 0.0;
-        }
-        for (uint64_t group = window.group; group < window.end; ++group) {
-            alignas(64) int32_t sums[PHASES_PER_GROUP * WIDTH];
-            const double *samples = scratch + rowOf(plan, window, group) * WIDTH;
-            for (unsigned p = 0; p < PHASES_PER_GROUP; p += PHASES) {
-                const auto [begin, end] = rows[p / PHASES];
-                filterGroupPhases<V, WIDTH, PHASES>(
-                    tableOf(plan, group) + begin * PHASES_PER_GROUP + p, samples + begin * WIDTH,
-                    end - begin, sums + p * WIDTH);
+    for (unsigned g = 0; g < GROUPS; ++g) {
+        for (unsigned lane = 0; lane < LANES; ++lane) {
+            for (unsigned v = 0; v < shape::VECTORS; ++v) {
+                V::storeSaturated(sums[g][lane] + part.phase + v * V::LANES, sum[g][lane][v]);
             }
-            const uint64_t phase = group * PHASES_PER_GROUP;
-            scatter(sums, WIDTH, smaller(PHASES_PER_GROUP, plan.up - phase), places.destinations,
-                    lanes, phase);
         }
     }
 }
@@ -127,58 +99,84 @@ void storeGroup(const int32_t (&sums)[PHASES_PER_GROUP], int32_t *output, uint64
     }
 }
 
-// One channel's GROUPS groups from `group` on, lanes being the phases; past the window's end, its
-// last group again.
-template <typename V, unsigned GROUPS>
-void filterGroups(const phase_plan &plan, const group_window &window, const double *scratch,
-                  uint64_t group, int32_t *output, uint64_t phases) {
-    constexpr unsigned VECTORS = PHASES_PER_GROUP / V::LANES;
-    const double *table[GROUPS];
-    const double *samples[GROUPS];
-    uint64_t numbers[GROUPS];
-    typename V::vector sum[GROUPS][VECTORS];
-    for (unsigned g = 0; g < GROUPS; ++g) {
-        numbers[g] = smaller(group + g, window.end - 1);
-        table[g] = tableOf(plan, numbers[g]);
-        samples[g] = scratch + rowOf(plan, window, numbers[g]);
-        for (unsigned v = 0; v < VECTORS; ++v) {
-            sum[g][v] = V::zero();
+// The groups of a window.
+template <typename V, unsigned LANES>
+void filterWindow(const phase_plan &plan, const group_window &window, uint64_t phases,
+                  const double *scratch, int32_t *const *outputs) {
+    using shape = group_shape<V, LANES>;
+    const group_parts<shape::PHASES> parts(plan);
+    for (uint64_t group = window.group; group < window.end; group += shape::GROUPS) {
+        const auto places = placeGroups<shape::GROUPS>(plan, window, scratch, group);
+        alignas(64) int32_t sums[shape::GROUPS][LANES][PHASES_PER_GROUP];
+        for (const group_part &part : parts.parts) {
+            filterPart<V, LANES>(places, part, sums);
         }
-    }
-#pragma GCC unroll 4
-    for (size_t row = 0; row < plan.group_rows; ++row) {
-        for (unsigned g = 0; g < GROUPS; ++g) {
-            const typename V::vector sample = V::spread(samples[g][row]);
-            const double *taps = table[g] + row * PHASES_PER_GROUP;
-            for (unsigned v = 0; v < VECTORS; ++v) {
-                sum[g][v] = V::add(sum[g][v], V::multiply(V::load(taps + v * V::LANES), sample));
+        for (unsigned g = 0; g < shape::GROUPS; ++g) {
+            const uint64_t phase = places.groups[g] * PHASES_PER_GROUP;
+            for (unsigned lane = 0; lane < LANES; ++lane) {
+                storeGroup(sums[g][lane], outputs[lane] + phase, phases - phase);
             }
         }
     }
-    for (unsigned g = 0; g < GROUPS; ++g) {
-        int32_t sums[PHASES_PER_GROUP];
-        for (unsigned v = 0; v < VECTORS; ++v) {
-            V::storeSaturated(sums + v * V::LANES, sum[g][v]);
+}
+
+// The first `phases` outputs, at most a period, of LANES lanes.
+template <typename V, unsigned LANES>
+void filterLanes(const resample_job &job, const phase_plan &plan, uint64_t first_lane,
+                 uint64_t phases, double *scratch) {
+    constexpr size_t RUN = group_shape<V, LANES>::RUN;
+    lane_places<LANES> places;
+    placeLanes(job, plan, SINGLE_PERIODS, first_lane, LANES, places);
+    group_window window = {};
+    while (window.end * PHASES_PER_GROUP < phases) {
+        window = openWindow(plan, window.end, phases, RUN);
+        for (unsigned lane = 0; lane < LANES; ++lane) {
+            double *run = scratch + lane * RUN;
+            convertRun<V>(places.sources[lane] + window.first_row, window.held_rows, run);
+            for (uint64_t row = window.held_rows; row < window.rows; ++row) {
+                run[row] = 0.0;
+            }
         }
-        const uint64_t phase = numbers[g] * PHASES_PER_GROUP;
-        storeGroup(sums, output + phase, phases - phase);
+        filterWindow<V, LANES>(plan, window, phases, scratch, places.destinations);
     }
 }
 
-// One channel's next `phases` outputs, at most a round, from phase 0 on.
 template <typename V>
-void filterPartOfRound(const phase_plan &plan, const int32_t *input, int32_t *output,
-                       uint64_t phases, double *scratch) {
-    group_window window = {};
-    while (window.end * PHASES_PER_GROUP < phases) {
-        window = openWindow(plan, window.end, phases, SCRATCH_DOUBLES);
-        convertRun<V>(input + window.first_row, window.held_rows, scratch);
-        for (uint64_t row = window.held_rows; row < window.rows; ++row) {
-            scratch[row] = 0.0;
+void filterOneLane(const resample_job &job, const phase_plan &plan, uint64_t lane, uint64_t phases,
+                   double *scratch) {
+    if (plan.group_rows <= MOST_ROWS_OF_ONE_LANE) {
+        filterLanes<V, 1>(job, plan, lane, phases, scratch);
+        return;
+    }
+    lane_places<1> places;
+    placeLanes(job, plan, SINGLE_PERIODS, lane, 1, places);
+    resampleChannel(*job.state, places.sources[0], places.destinations[0],
+                    static_cast<uint32_t>(phases));
+}
+
+// The same of any number of lanes: as few passes as can be, of equal size if they can be.
+template <typename V>
+void filterLanesInGroups(const resample_job &job, const phase_plan &plan, uint64_t lane,
+                         uint64_t end_lane, uint64_t phases, double *scratch) {
+    while (lane < end_lane) {
+        const uint64_t left = end_lane - lane;
+        const uint64_t passes = (left + 3) / 4;
+        const uint64_t lanes = (left + passes - 1) / passes;
+        switch (lanes) {
+        case 1:
+            filterOneLane<V>(job, plan, lane, phases, scratch);
+            break;
+        case 2:
+            filterLanes<V, 2>(job, plan, lane, phases, scratch);
+            break;
+        case 3:
+            filterLanes<V, 3>(job, plan, lane, phases, scratch);
+            break;
+        default:
+            filterLanes<V, 4>(job, plan, lane, phases, scratch);
+            break;
         }
-        for (uint64_t group = window.group; group < window.end; group += V::GROUPS) {
-            filterGroups<V, V::GROUPS>(plan, window, scratch, group, output, phases);
-        }
+        lane += lanes;
     }
 }
 

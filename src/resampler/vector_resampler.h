@@ -1,111 +1,63 @@
 #pragma once
 
-#include "resampler/resample_channel.h"
 #include "resampler/vector_groups.h"
-#include "resampler/vector_rounds.h"
-#include "resampler/vector_stretches.h"
+#include "resampler/vector_segments.h"
+#include "resampler/vector_tiles.h"
 
-// Shared by the vector forms; internal linkage, see vector_phases.h.
-//
-// A form V is a vector of doubles with NARROWEST, the lanes of the narrowest tile; GROUPS, the
-// groups of phases in flight; FEW_LANES, up to which lanes run faster group by group; and
-// MOST_GROUP_ROWS, beyond which the zeros among a group's taps cost more than to walk its phases
-// one by one.
+// Shared by the SIMD kernels; internal linkage, see vector_plan.h. strategy.h says what runs when.
 namespace {
 
-// Without a packed coefficients, fewer lanes than this run faster one after the other: a tile of
-// them is mostly empty, or its rounds are too short to pay for the gathering.
+// Few lanes, or so few that the rows a group has beyond 40 cost less than a tile's empty lanes.
 template <typename V>
-uint64_t fewestTiled(const phase_plan &plan) {
-    constexpr uint64_t FEWEST_OF_SHORT_ROUNDS = 12;
-    return plan.up < PHASES_PER_GROUP ? FEWEST_OF_SHORT_ROUNDS : V::NARROWEST / 4 + 1;
+bool suitGroups(const phase_plan &plan, uint64_t lanes) {
+    return lanes < FEWEST_TILED ||
+           (lanes <= MOST_GROUPED && lanes * plan.group_rows <= MOST_GROUPED_ROWS[V::LANES / 4]);
 }
 
-// One round of one channel: group by group, or by the plain form.
+// Whole periods, in tiles while the lanes left are too many for groups.
 template <typename V>
-void runSingleLane(const resample_job &job, const phase_plan &plan, uint64_t lane,
-                   double *scratch) {
-    const uint64_t round = lane / job.state->channels;
-    const uint64_t channel = lane % job.state->channels;
-    const int32_t *input = job.inputs[channel] + round * plan.down;
-    int32_t *output = job.outputs[channel] + round * plan.up;
-    if (plan.packed != nullptr) {
-        filterPartOfRound<V>(plan, input, output, plan.up, scratch);
-    } else {
-        resampleChannel(*job.state, input, output, job.state->up_factor);
-    }
-}
-
-// A tile of WIDTH lanes, or of those left; returns the lanes done.
-template <typename V, unsigned WIDTH>
-unsigned runTileOf(const resample_job &job, const phase_plan &plan, uint64_t lane, uint64_t left,
-                   double *scratch) {
-    const auto lanes = static_cast<unsigned>(smaller(left, WIDTH));
-    if (plan.packed != nullptr && plan.group_rows <= V::MOST_GROUP_ROWS) {
-        filterRoundsInGroups<V, WIDTH>(job, plan, lane, lanes, scratch);
-    } else {
-        filterRounds<V, WIDTH>(job, plan, lane, lanes, scratch);
-    }
-    return lanes;
-}
-
-// A tile of the width that suits the lanes left; returns the lanes done.
-template <typename V>
-unsigned runTile(const resample_job &job, const phase_plan &plan, uint64_t lane, uint64_t left,
-                 double *scratch) {
-    if (left + V::LANES > 16) {
-        return runTileOf<V, 16>(job, plan, lane, left, scratch);
-    }
-    if (left + V::LANES > 8) {
-        return runTileOf<V, 8>(job, plan, lane, left, scratch);
-    }
-    return runTileOf<V, V::NARROWEST>(job, plan, lane, left, scratch);
-}
-
-template <typename V>
-void runRounds(const resample_job &job, const phase_plan &plan, uint64_t rounds, double *scratch) {
-    const uint64_t lanes = rounds * job.state->channels;
-    const uint64_t single = plan.packed != nullptr ? V::FEW_LANES : fewestTiled<V>(plan) - 1;
+void runPeriods(const resample_job &job, const phase_plan &plan, uint64_t lanes, double *scratch) {
+    constexpr unsigned MIDDLE = MIDDLE_TILE % V::LANES == 0 ? MIDDLE_TILE : WIDE_TILE;
     uint64_t lane = 0;
-    while (lane < lanes) {
+    while (!suitGroups<V>(plan, lanes - lane)) {
         const uint64_t left = lanes - lane;
-        if (left <= single) {
-            runSingleLane<V>(job, plan, lane, scratch);
-            ++lane;
+        if (left <= NARROW_TILE) {
+            lane += filterTile<V, NARROW_TILE>(job, plan, lane, left, scratch);
+        } else if (left <= MIDDLE) {
+            lane += filterTile<V, MIDDLE>(job, plan, lane, left, scratch);
         } else {
-            lane += runTile<V>(job, plan, lane, left, scratch);
+            lane += filterTile<V, WIDE_TILE>(job, plan, lane, left, scratch);
         }
     }
+    filterLanesInGroups<V>(job, plan, lane, lanes, plan.up, scratch);
 }
 
-// Fewer rounds than this, of all channels, are left to the plain form: most lanes would be empty.
-uint64_t fewestStretched(const phase_plan &plan) {
-    constexpr uint64_t FEWEST_SHORT_ROUNDS = 4;
-    return plan.up < PHASES_PER_GROUP ? FEWEST_SHORT_ROUNDS : 1;
+// Whether there are periods enough of all channels, and they are short enough for the scratch.
+bool suitSegments(const phase_plan &plan, uint64_t periods) {
+    if (plan.up < PHASES_PER_GROUP) {
+        return plan.down <= LARGEST_STEP_OF_SHORT_PERIODS && periods >= FEWEST_SHORT_PERIODS;
+    }
+    return plan.down <= LARGEST_SEGMENTED_STEP && plan.up <= LONGEST_SEGMENTED_PERIOD &&
+           periods != 0;
 }
 
 template <typename V>
-uint64_t runForm(const resample_job &job) {
+uint64_t runKernel(const resample_job &job) {
     alignas(64) double scratch[SCRATCH_DOUBLES];
-    const phase_plan plan = makePlan(job);
-    const uint64_t rounds = job.outputs_per_channel / plan.up;
-    const uint64_t left = job.outputs_per_channel % plan.up;
-    if (plan.down <= LARGEST_SEGMENTED_STEP) {
-        if (rounds * job.state->channels < fewestStretched(plan)) {
-            return 0;
-        }
-        runStretches<V>(job, plan, rounds, scratch);
-        return rounds * plan.up;
+    const phase_plan plan = makePlan(*job.state);
+    const uint64_t periods = job.outputs_per_channel / plan.up;
+    if (plan.packed != nullptr) {
+        const uint64_t lanes = periods * job.state->channels;
+        runPeriods<V>(job, plan, lanes, scratch);
+        filterLanesInGroups<V>(job, plan, lanes, lanes + job.state->channels,
+                               job.outputs_per_channel % plan.up, scratch);
+        return job.outputs_per_channel;
     }
-    runRounds<V>(job, plan, rounds, scratch);
-    if (left == 0 || plan.packed == nullptr) {
-        return rounds * plan.up;
+    if (!suitSegments(plan, periods * job.state->channels)) {
+        return 0;
     }
-    for (unsigned c = 0; c < job.state->channels; ++c) {
-        filterPartOfRound<V>(plan, job.inputs[c] + rounds * plan.down,
-                             job.outputs[c] + rounds * plan.up, left, scratch);
-    }
-    return job.outputs_per_channel;
+    runSegments<V>(job, plan, periods, scratch);
+    return periods * plan.up;
 }
 
 } // namespace

@@ -2,8 +2,9 @@
 
 #include "resampler/packed_coefficients.h"
 #include "resampler/resample_channels.h"
+#include "resampler/strategy.h"
 
-// Shared by the vector forms. Everything has internal linkage: each instruction set's unit owns
+// Shared by the SIMD kernels. Everything has internal linkage: each instruction set's unit owns
 // its copy, compiled for that set.
 namespace {
 
@@ -18,14 +19,7 @@ struct phase_plan {
     size_t group_rows;    // of packed coefficients; 0 without
 };
 
-struct phase_cursor {
-    uint64_t phase;  // 0 .. L - 1
-    uint64_t first;  // the first input sample under its filter, from the round's start
-    uint64_t offset; // position in the filter of that sample's coefficient, below L
-};
-
-phase_plan makePlan(const resample_job &job) {
-    const resampler_state &state = *job.state;
+phase_plan makePlan(const resampler_state &state) {
     phase_plan plan = {};
     plan.up = state.up_factor;
     plan.down = state.down_factor;
@@ -37,34 +31,19 @@ phase_plan makePlan(const resample_job &job) {
     return plan;
 }
 
+uint64_t smaller(uint64_t a, uint64_t b) {
+    return a < b ? a : b;
+}
+
+// The first input sample under a phase's filter, from the period's start.
 uint64_t firstSampleOf(const phase_plan &plan, uint64_t phase) {
     return (phase * plan.down + plan.up - 1) / plan.up;
 }
 
-// Input samples that the first `phases` outputs of a round span, from the round's start.
+// Input samples that the first `phases` outputs of a period span, from the period's start.
 uint64_t samplesUnder(const phase_plan &plan, uint64_t phases) {
     const uint64_t end = firstSampleOf(plan, phases - 1) + TAPS_PER_PHASE;
     return end > TAPS_PER_PHASE ? end : end + 1;
-}
-
-// The same of a whole round.
-uint64_t samplesUnderRound(const phase_plan &plan) {
-    return plan.down - plan.whole_step + TAPS_PER_PHASE + (plan.up == 1 ? 1 : 0);
-}
-
-void advance(const phase_plan &plan, phase_cursor &cursor) {
-    ++cursor.phase;
-    cursor.first += plan.whole_step;
-    if (cursor.offset >= plan.part_step) {
-        cursor.offset -= plan.part_step;
-    } else {
-        cursor.offset += plan.up - plan.part_step;
-        ++cursor.first;
-    }
-}
-
-uint64_t smaller(uint64_t a, uint64_t b) {
-    return a < b ? a : b;
 }
 
 } // namespace

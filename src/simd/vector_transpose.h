@@ -4,7 +4,8 @@
 #include <cstdint>
 #include <emmintrin.h>
 
-// Shared by the vector forms; internal linkage, see vector_phases.h.
+// Between arrays of samples, one for each lane, and rows that hold a sample of every lane. Internal
+// linkage: every unit that is compiled for an instruction set owns its copy.
 namespace {
 
 __m128i loadFour(const int32_t *samples) {
@@ -60,32 +61,49 @@ void gatherFour(const int32_t *const *sources, uint64_t rows, double *scratch, s
     }
 }
 
-// Rows of one sample per lane, `phases` rows, to the lanes' destinations from `first` on.
-void scatter(const int32_t *sums, size_t row_stride, uint64_t phases, int32_t *const *destinations,
-             unsigned lanes, uint64_t first) {
-    unsigned lane = 0;
-    for (; lane + 4 <= lanes; lane += 4) {
-        const int32_t *column = sums + lane;
-        uint64_t phase = 0;
-        for (; phase + 4 <= phases; phase += 4) {
-            const int32_t *rows = column + phase * row_stride;
-            __m128i block[4] = {loadFour(rows), loadFour(rows + row_stride),
-                                loadFour(rows + 2 * row_stride), loadFour(rows + 3 * row_stride)};
-            transposeFour(block);
-            for (unsigned i = 0; i < 4; ++i) {
-                storeFour(destinations[lane + i] + first + phase, block[i]);
-            }
-        }
-        for (; phase < phases; ++phase) {
-            for (unsigned i = 0; i < 4; ++i) {
-                destinations[lane + i][first + phase] = column[phase * row_stride + i];
-            }
+// Columns of `rows`, one sample of every lane to a row, go to the destinations of the lanes wanted,
+// from `first` on. COLUMNS rows of COLUMNS lanes at a time.
+struct sse2_columns {
+    static constexpr unsigned COLUMNS = 4;
+
+    static void storeColumns(const int32_t *rows, size_t row_stride, int32_t *const *destinations,
+                             unsigned lanes, uint64_t first) {
+        __m128i block[4] = {loadFour(rows), loadFour(rows + row_stride),
+                            loadFour(rows + 2 * row_stride), loadFour(rows + 3 * row_stride)};
+        transposeFour(block);
+        for (unsigned lane = 0; lane < lanes; ++lane) {
+            storeFour(destinations[lane] + first, block[lane]);
         }
     }
-    for (; lane < lanes; ++lane) {
-        for (uint64_t phase = 0; phase < phases; ++phase) {
-            destinations[lane][first + phase] = sums[phase * row_stride + lane];
+};
+
+// The same of any number of rows, and of at most C::COLUMNS lanes.
+template <typename C>
+void scatterColumns(const int32_t *rows, size_t row_stride, uint64_t count,
+                    int32_t *const *destinations, unsigned lanes, uint64_t first) {
+    uint64_t row = 0;
+    for (; row + C::COLUMNS <= count; row += C::COLUMNS) {
+        C::storeColumns(rows + row * row_stride, row_stride, destinations, lanes, first + row);
+    }
+    for (; row < count; ++row) {
+        for (unsigned lane = 0; lane < lanes; ++lane) {
+            destinations[lane][first + row] = rows[row * row_stride + lane];
         }
+    }
+}
+
+// The same of any number of lanes. The rows hold a multiple of four, those not wanted included.
+template <typename C>
+void scatter(const int32_t *rows, size_t row_stride, uint64_t count, int32_t *const *destinations,
+             unsigned lanes, uint64_t first) {
+    unsigned lane = 0;
+    for (; lane < lanes && lane + C::COLUMNS <= row_stride; lane += C::COLUMNS) {
+        const unsigned wanted = lanes - lane < C::COLUMNS ? lanes - lane : C::COLUMNS;
+        scatterColumns<C>(rows + lane, row_stride, count, destinations + lane, wanted, first);
+    }
+    if (lane < lanes) {
+        scatterColumns<sse2_columns>(rows + lane, row_stride, count, destinations + lane,
+                                     lanes - lane, first);
     }
 }
 
