@@ -16,42 +16,18 @@ struct avx2_doubles {
     using mask = __m256d;
     static constexpr unsigned LANES = 4;
 
-    static vector zero() {
-        return _mm256_setzero_pd();
-    }
-    static vector spread(double value) {
-        return _mm256_set1_pd(value);
-    }
-    static vector load(const double *values) {
-        return _mm256_loadu_pd(values);
-    }
-    static void store(double *values, vector a) {
-        _mm256_storeu_pd(values, a);
-    }
-    static vector add(vector a, vector b) {
-        return _mm256_add_pd(a, b);
-    }
-    static vector subtract(vector a, vector b) {
-        return _mm256_sub_pd(a, b);
-    }
-    static vector multiply(vector a, vector b) {
-        return _mm256_mul_pd(a, b);
-    }
-    static vector divide(vector a, vector b) {
-        return _mm256_div_pd(a, b);
-    }
-    static vector squareRoot(vector a) {
-        return _mm256_sqrt_pd(a);
-    }
-    static mask greater(vector a, vector b) {
-        return _mm256_cmp_pd(a, b, _CMP_GT_OQ);
-    }
-    static mask both(mask a, mask b) {
-        return _mm256_and_pd(a, b);
-    }
-    static bool any(mask a) {
-        return _mm256_movemask_pd(a) != 0;
-    }
+    static vector zero() { return _mm256_setzero_pd(); }
+    static vector spread(double value) { return _mm256_set1_pd(value); }
+    static vector load(const double *values) { return _mm256_loadu_pd(values); }
+    static void store(double *values, vector a) { _mm256_storeu_pd(values, a); }
+    static vector add(vector a, vector b) { return _mm256_add_pd(a, b); }
+    static vector subtract(vector a, vector b) { return _mm256_sub_pd(a, b); }
+    static vector multiply(vector a, vector b) { return _mm256_mul_pd(a, b); }
+    static vector divide(vector a, vector b) { return _mm256_div_pd(a, b); }
+    static vector squareRoot(vector a) { return _mm256_sqrt_pd(a); }
+    static mask greater(vector a, vector b) { return _mm256_cmp_pd(a, b, _CMP_GT_OQ); }
+    static mask both(mask a, mask b) { return _mm256_and_pd(a, b); }
+    static bool any(mask a) { return _mm256_movemask_pd(a) != 0; }
     static vector choose(mask a, vector where_set, vector where_clear) {
         return _mm256_blendv_pd(where_clear, where_set, a);
     }

@@ -15,24 +15,12 @@ struct sse2_doubles {
     using vector = __m128d;
     static constexpr unsigned LANES = 2;
 
-    static vector zero() {
-        return _mm_setzero_pd();
-    }
-    static vector spread(double value) {
-        return _mm_set1_pd(value);
-    }
-    static vector load(const double *values) {
-        return _mm_loadu_pd(values);
-    }
-    static void store(double *values, vector a) {
-        _mm_storeu_pd(values, a);
-    }
-    static vector add(vector a, vector b) {
-        return _mm_add_pd(a, b);
-    }
-    static vector multiply(vector a, vector b) {
-        return _mm_mul_pd(a, b);
-    }
+    static vector zero() { return _mm_setzero_pd(); }
+    static vector spread(double value) { return _mm_set1_pd(value); }
+    static vector load(const double *values) { return _mm_loadu_pd(values); }
+    static void store(double *values, vector a) { _mm_storeu_pd(values, a); }
+    static vector add(vector a, vector b) { return _mm_add_pd(a, b); }
+    static vector multiply(vector a, vector b) { return _mm_mul_pd(a, b); }
     static vector loadSamples(const int32_t *samples) {
         return _mm_cvtepi32_pd(_mm_loadl_epi64(reinterpret_cast<const __m128i *>(samples)));
     }

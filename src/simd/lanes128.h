@@ -25,8 +25,7 @@ constexpr unsigned wholeBytes(unsigned bytes) {
 }
 
 // 4, 8 or 16 bytes, zeros behind them.
-template <unsigned BYTES>
-inline lane128 loadWhole(const void *bytes) {
+template <unsigned BYTES> inline lane128 loadWhole(const void *bytes) {
     if constexpr (BYTES == 4) {
         return _mm_loadu_si32(bytes);
     } else if constexpr (BYTES == 8) {
@@ -37,8 +36,7 @@ inline lane128 loadWhole(const void *bytes) {
 }
 
 // The first 4, 8 or 16 bytes.
-template <unsigned BYTES>
-inline void storeWhole(void *bytes, lane128 quad) {
+template <unsigned BYTES> inline void storeWhole(void *bytes, lane128 quad) {
     if constexpr (BYTES == 4) {
         _mm_storeu_si32(bytes, quad);
     } else if constexpr (BYTES == 8) {
@@ -55,15 +53,13 @@ inline lane128 joinHalves(lane128 low, lane128 high) {
 
 // Two or four bytes behind the first eight of a lane that has zeros there; and those of a lane to
 // memory.
-template <unsigned BYTES>
-inline lane128 appendFew(lane128 low, const uint8_t *bytes) {
+template <unsigned BYTES> inline lane128 appendFew(lane128 low, const uint8_t *bytes) {
     int32_t value = 0;
     memcpy(&value, bytes, BYTES);
     return BYTES == 2 ? _mm_insert_epi16(low, value, 4) : joinHalves(low, _mm_cvtsi32_si128(value));
 }
 
-template <unsigned BYTES>
-inline void storeHighFew(uint8_t *bytes, lane128 quad) {
+template <unsigned BYTES> inline void storeHighFew(uint8_t *bytes, lane128 quad) {
     const int32_t value = _mm_cvtsi128_si32(_mm_unpackhi_epi64(quad, quad));
     memcpy(bytes, &value, BYTES);
 }

@@ -30,12 +30,8 @@ struct avx2_vector {
     static vec everyLane(const shuffle_pattern &pattern) {
         return _mm256_broadcastsi128_si256(loadWhole<LANE128_BYTES>(pattern.from));
     }
-    static vec all32(uint32_t bits) {
-        return _mm256_set1_epi32(static_cast<int32_t>(bits));
-    }
-    static vec all64(uint64_t bits) {
-        return _mm256_set1_epi64x(static_cast<int64_t>(bits));
-    }
+    static vec all32(uint32_t bits) { return _mm256_set1_epi32(static_cast<int32_t>(bits)); }
+    static vec all64(uint64_t bits) { return _mm256_set1_epi64x(static_cast<int64_t>(bits)); }
 
     static vec shuffle(vec bytes, const shuffle_pattern &pattern) {
         return _mm256_shuffle_epi8(bytes, everyLane(pattern));
@@ -49,57 +45,26 @@ struct avx2_vector {
     static vec lookUp(const shuffle_pattern &table, vec indices) {
         return _mm256_shuffle_epi8(everyLane(table), indices);
     }
-    static vec bitAnd(vec a, vec b) {
-        return _mm256_and_si256(a, b);
-    }
-    static vec bitOr(vec a, vec b) {
-        return _mm256_or_si256(a, b);
-    }
-    static vec exclusiveOr(vec a, vec b) {
-        return _mm256_xor_si256(a, b);
-    }
-    template <unsigned Bits>
-    static vec shiftLeft32(vec v) {
-        return _mm256_slli_epi32(v, Bits);
-    }
-    template <unsigned Bits>
-    static vec shiftRight32(vec v) {
-        return _mm256_srli_epi32(v, Bits);
-    }
-    template <unsigned Bits>
-    static vec shiftRightSigned32(vec v) {
+    static vec bitAnd(vec a, vec b) { return _mm256_and_si256(a, b); }
+    static vec bitOr(vec a, vec b) { return _mm256_or_si256(a, b); }
+    static vec exclusiveOr(vec a, vec b) { return _mm256_xor_si256(a, b); }
+    template <unsigned Bits> static vec shiftLeft32(vec v) { return _mm256_slli_epi32(v, Bits); }
+    template <unsigned Bits> static vec shiftRight32(vec v) { return _mm256_srli_epi32(v, Bits); }
+    template <unsigned Bits> static vec shiftRightSigned32(vec v) {
         return _mm256_srai_epi32(v, Bits);
     }
-    template <unsigned Bits>
-    static vec shiftLeft64(vec v) {
-        return _mm256_slli_epi64(v, Bits);
-    }
-    template <unsigned Bits>
-    static vec shiftRight64(vec v) {
-        return _mm256_srli_epi64(v, Bits);
-    }
+    template <unsigned Bits> static vec shiftLeft64(vec v) { return _mm256_slli_epi64(v, Bits); }
+    template <unsigned Bits> static vec shiftRight64(vec v) { return _mm256_srli_epi64(v, Bits); }
     // The even 32 bits of one, the odd of the other.
-    static vec oddFrom(vec even, vec odd) {
-        return _mm256_blend_epi32(even, odd, 0xaa);
-    }
+    static vec oddFrom(vec even, vec odd) { return _mm256_blend_epi32(even, odd, 0xaa); }
 
-    static vec interleaveLow32(vec a, vec b) {
-        return _mm256_unpacklo_epi32(a, b);
-    }
-    static vec interleaveHigh32(vec a, vec b) {
-        return _mm256_unpackhi_epi32(a, b);
-    }
-    static vec interleaveLow64(vec a, vec b) {
-        return _mm256_unpacklo_epi64(a, b);
-    }
-    static vec interleaveHigh64(vec a, vec b) {
-        return _mm256_unpackhi_epi64(a, b);
-    }
+    static vec interleaveLow32(vec a, vec b) { return _mm256_unpacklo_epi32(a, b); }
+    static vec interleaveHigh32(vec a, vec b) { return _mm256_unpackhi_epi32(a, b); }
+    static vec interleaveLow64(vec a, vec b) { return _mm256_unpacklo_epi64(a, b); }
+    static vec interleaveHigh64(vec a, vec b) { return _mm256_unpackhi_epi64(a, b); }
     // The low half of a lane of `a` and the high half of `b`, or the high of `a` and the low of
     // `b`.
-    static vec lowHigh64(vec a, vec b) {
-        return _mm256_blend_epi32(a, b, 0xcc);
-    }
+    static vec lowHigh64(vec a, vec b) { return _mm256_blend_epi32(a, b, 0xcc); }
     static vec highLow64(vec a, vec b) {
         return _mm256_castpd_si256(
             _mm256_shuffle_pd(_mm256_castsi256_pd(a), _mm256_castsi256_pd(b), 0x5));

@@ -33,22 +33,14 @@ struct avx512_vector {
         lanes[2] = _mm512_extracti32x4_epi32(v, 2);
         lanes[3] = _mm512_extracti32x4_epi32(v, 3);
     }
-    static vec load(const int32_t *samples) {
-        return _mm512_loadu_si512(samples);
-    }
-    static void store(int32_t *samples, vec v) {
-        _mm512_storeu_si512(samples, v);
-    }
+    static vec load(const int32_t *samples) { return _mm512_loadu_si512(samples); }
+    static void store(int32_t *samples, vec v) { _mm512_storeu_si512(samples, v); }
 
     static vec everyLane(const shuffle_pattern &pattern) {
         return _mm512_broadcast_i32x4(loadWhole<LANE128_BYTES>(pattern.from));
     }
-    static vec all32(uint32_t bits) {
-        return _mm512_set1_epi32(static_cast<int32_t>(bits));
-    }
-    static vec all64(uint64_t bits) {
-        return _mm512_set1_epi64(static_cast<int64_t>(bits));
-    }
+    static vec all32(uint32_t bits) { return _mm512_set1_epi32(static_cast<int32_t>(bits)); }
+    static vec all64(uint64_t bits) { return _mm512_set1_epi64(static_cast<int64_t>(bits)); }
 
     static vec shuffle(vec bytes, const shuffle_pattern &pattern) {
         return _mm512_shuffle_epi8(bytes, everyLane(pattern));
@@ -63,53 +55,25 @@ struct avx512_vector {
     static vec lookUp(const shuffle_pattern &table, vec indices) {
         return _mm512_shuffle_epi8(everyLane(table), indices);
     }
-    static vec bitAnd(vec a, vec b) {
-        return _mm512_and_si512(a, b);
-    }
-    static vec bitOr(vec a, vec b) {
-        return _mm512_or_si512(a, b);
-    }
-    static vec exclusiveOr(vec a, vec b) {
-        return _mm512_xor_si512(a, b);
-    }
-    template <unsigned Bits>
-    static vec shiftLeft32(vec v) {
-        return _mm512_slli_epi32(v, Bits);
-    }
-    template <unsigned Bits>
-    static vec shiftRightSigned32(vec v) {
+    static vec bitAnd(vec a, vec b) { return _mm512_and_si512(a, b); }
+    static vec bitOr(vec a, vec b) { return _mm512_or_si512(a, b); }
+    static vec exclusiveOr(vec a, vec b) { return _mm512_xor_si512(a, b); }
+    template <unsigned Bits> static vec shiftLeft32(vec v) { return _mm512_slli_epi32(v, Bits); }
+    template <unsigned Bits> static vec shiftRightSigned32(vec v) {
         return _mm512_srai_epi32(v, Bits);
     }
-    template <unsigned Bits>
-    static vec shiftLeft64(vec v) {
-        return _mm512_slli_epi64(v, Bits);
-    }
-    template <unsigned Bits>
-    static vec shiftRight64(vec v) {
-        return _mm512_srli_epi64(v, Bits);
-    }
+    template <unsigned Bits> static vec shiftLeft64(vec v) { return _mm512_slli_epi64(v, Bits); }
+    template <unsigned Bits> static vec shiftRight64(vec v) { return _mm512_srli_epi64(v, Bits); }
     // The even 32 bits of one, the odd of the other.
-    static vec oddFrom(vec even, vec odd) {
-        return _mm512_mask_blend_epi32(0xaaaa, even, odd);
-    }
+    static vec oddFrom(vec even, vec odd) { return _mm512_mask_blend_epi32(0xaaaa, even, odd); }
 
-    static vec interleaveLow32(vec a, vec b) {
-        return _mm512_unpacklo_epi32(a, b);
-    }
-    static vec interleaveHigh32(vec a, vec b) {
-        return _mm512_unpackhi_epi32(a, b);
-    }
-    static vec interleaveLow64(vec a, vec b) {
-        return _mm512_unpacklo_epi64(a, b);
-    }
-    static vec interleaveHigh64(vec a, vec b) {
-        return _mm512_unpackhi_epi64(a, b);
-    }
+    static vec interleaveLow32(vec a, vec b) { return _mm512_unpacklo_epi32(a, b); }
+    static vec interleaveHigh32(vec a, vec b) { return _mm512_unpackhi_epi32(a, b); }
+    static vec interleaveLow64(vec a, vec b) { return _mm512_unpacklo_epi64(a, b); }
+    static vec interleaveHigh64(vec a, vec b) { return _mm512_unpackhi_epi64(a, b); }
     // The low half of a lane of `a` and the high half of `b`, or the high of `a` and the low of
     // `b`.
-    static vec lowHigh64(vec a, vec b) {
-        return _mm512_mask_blend_epi64(0xaa, a, b);
-    }
+    static vec lowHigh64(vec a, vec b) { return _mm512_mask_blend_epi64(0xaa, a, b); }
     static vec highLow64(vec a, vec b) {
         return _mm512_castpd_si512(
             _mm512_shuffle_pd(_mm512_castsi512_pd(a), _mm512_castsi512_pd(b), 0x55));

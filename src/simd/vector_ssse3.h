@@ -16,9 +16,7 @@ struct ssse3_vector {
     static constexpr unsigned LANES128 = 2;
     static constexpr bool FUSES_STAGES = false; // see tile_codecs.h
 
-    static vec join(const lane128 (&lanes)[LANES128]) {
-        return {lanes[0], lanes[1]};
-    }
+    static vec join(const lane128 (&lanes)[LANES128]) { return {lanes[0], lanes[1]}; }
     static void split(vec v, lane128 (&lanes)[LANES128]) {
         lanes[0] = v.first;
         lanes[1] = v.second;
@@ -36,9 +34,7 @@ struct ssse3_vector {
     static lane128 oneLane(const shuffle_pattern &pattern) {
         return loadWhole<LANE128_BYTES>(pattern.from);
     }
-    static vec everyLane(lane128 one) {
-        return {one, one};
-    }
+    static vec everyLane(lane128 one) { return {one, one}; }
     static vec all32(uint32_t bits) {
         return everyLane(_mm_set1_epi32(static_cast<int32_t>(bits)));
     }
@@ -69,24 +65,19 @@ struct ssse3_vector {
     static vec exclusiveOr(vec a, vec b) {
         return {_mm_xor_si128(a.first, b.first), _mm_xor_si128(a.second, b.second)};
     }
-    template <unsigned Bits>
-    static vec shiftLeft32(vec v) {
+    template <unsigned Bits> static vec shiftLeft32(vec v) {
         return {_mm_slli_epi32(v.first, Bits), _mm_slli_epi32(v.second, Bits)};
     }
-    template <unsigned Bits>
-    static vec shiftRight32(vec v) {
+    template <unsigned Bits> static vec shiftRight32(vec v) {
         return {_mm_srli_epi32(v.first, Bits), _mm_srli_epi32(v.second, Bits)};
     }
-    template <unsigned Bits>
-    static vec shiftRightSigned32(vec v) {
+    template <unsigned Bits> static vec shiftRightSigned32(vec v) {
         return {_mm_srai_epi32(v.first, Bits), _mm_srai_epi32(v.second, Bits)};
     }
-    template <unsigned Bits>
-    static vec shiftLeft64(vec v) {
+    template <unsigned Bits> static vec shiftLeft64(vec v) {
         return {_mm_slli_epi64(v.first, Bits), _mm_slli_epi64(v.second, Bits)};
     }
-    template <unsigned Bits>
-    static vec shiftRight64(vec v) {
+    template <unsigned Bits> static vec shiftRight64(vec v) {
         return {_mm_srli_epi64(v.first, Bits), _mm_srli_epi64(v.second, Bits)};
     }
     // The even 32 bits of one, the odd of the other.
@@ -110,8 +101,7 @@ struct ssse3_vector {
     static vec interleaveHigh64(vec a, vec b) {
         return {_mm_unpackhi_epi64(a.first, b.first), _mm_unpackhi_epi64(a.second, b.second)};
     }
-    template <int From>
-    static lane128 choose64(lane128 a, lane128 b) {
+    template <int From> static lane128 choose64(lane128 a, lane128 b) {
         return _mm_castpd_si128(_mm_shuffle_pd(_mm_castsi128_pd(a), _mm_castsi128_pd(b), From));
     }
     // The low half of a lane of `a` and the high half of `b`, or the high of `a` and the low of
@@ -122,8 +112,7 @@ struct ssse3_vector {
     static vec highLow64(vec a, vec b) {
         return {choose64<0x1>(a.first, b.first), choose64<0x1>(a.second, b.second)};
     }
-    template <int From>
-    static lane128 choose32(lane128 a, lane128 b) {
+    template <int From> static lane128 choose32(lane128 a, lane128 b) {
         return _mm_castps_si128(_mm_shuffle_ps(_mm_castsi128_ps(a), _mm_castsi128_ps(b), From));
     }
     // The even, or the odd, 32 bits of both, those of `a` first.

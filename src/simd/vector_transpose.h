@@ -78,9 +78,9 @@ struct sse2_columns {
 };
 
 // The same of any number of rows, and of at most C::COLUMNS lanes.
-template <typename C>
-void scatterColumns(const int32_t *rows, size_t row_stride, uint64_t count,
-                    int32_t *const *destinations, unsigned lanes, uint64_t first) {
+template <typename C> void scatterColumns(const int32_t *rows, size_t row_stride, uint64_t count,
+                                          int32_t *const *destinations, unsigned lanes,
+                                          uint64_t first) {
     uint64_t row = 0;
     for (; row + C::COLUMNS <= count; row += C::COLUMNS) {
         C::storeColumns(rows + row * row_stride, row_stride, destinations, lanes, first + row);
@@ -93,9 +93,8 @@ void scatterColumns(const int32_t *rows, size_t row_stride, uint64_t count,
 }
 
 // The same of any number of lanes. The rows hold a multiple of four, those not wanted included.
-template <typename C>
-void scatter(const int32_t *rows, size_t row_stride, uint64_t count, int32_t *const *destinations,
-             unsigned lanes, uint64_t first) {
+template <typename C> void scatter(const int32_t *rows, size_t row_stride, uint64_t count,
+                                   int32_t *const *destinations, unsigned lanes, uint64_t first) {
     unsigned lane = 0;
     for (; lane < lanes && lane + C::COLUMNS <= row_stride; lane += C::COLUMNS) {
         const unsigned wanted = lanes - lane < C::COLUMNS ? lanes - lane : C::COLUMNS;
@@ -108,8 +107,7 @@ void scatter(const int32_t *rows, size_t row_stride, uint64_t count, int32_t *co
 }
 
 // One array's samples as doubles.
-template <typename V>
-void convertRun(const int32_t *samples, uint64_t count, double *scratch) {
+template <typename V> void convertRun(const int32_t *samples, uint64_t count, double *scratch) {
     uint64_t i = 0;
     for (; i + 4 <= count; i += 4) {
         V::storeDoubles(scratch + i, loadFour(samples + i));
