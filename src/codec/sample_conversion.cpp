@@ -42,6 +42,21 @@ void copySamples(uint8_t *out, const uint8_t *in, size_t samples) {
     memcpy(out, in, samples * BYTES);
 }
 
+// The definition: by way of a tile of 32-bit samples.
+void convertInStages(const sample_conversion &conversion, uint8_t *out, const uint8_t *in,
+                     size_t samples) {
+    constexpr size_t TILE_SAMPLES = 1024; // stays in the first-level cache
+    alignas(64) int32_t tile[TILE_SAMPLES];
+    while (samples != 0) {
+        const auto count = static_cast<uint32_t>(std::min(samples, TILE_SAMPLES));
+        conversion.decode({tile}, in, count, 1, conversion.input_bits);
+        conversion.encode({tile}, out, count, 1, conversion.output_bits);
+        in += size_t{count} * conversion.input_bytes;
+        out += size_t{count} * conversion.output_bytes;
+        samples -= count;
+    }
+}
+
 constexpr convert_function COPIES[] = {nullptr, copySamples<1>, copySamples<2>, copySamples<3>,
                                        copySamples<4>};
 
@@ -73,18 +88,10 @@ sample_conversion chooseSampleConversion(const kernel_set &kernels,
 
 void convertSamples(const sample_conversion &conversion, uint8_t *out, const uint8_t *in,
                     size_t samples) {
-    constexpr size_t TILE_SAMPLES = 1024; // stays in the first-level cache
-    constexpr size_t FEW_SAMPLES = 32;    // the kernels take no fewer
-    if (conversion.kernel != nullptr && samples >= FEW_SAMPLES) {
-        return conversion.kernel(out, in, samples);
-    }
-    alignas(64) int32_t tile[TILE_SAMPLES];
-    while (samples != 0) {
-        const auto count = static_cast<uint32_t>(std::min(samples, TILE_SAMPLES));
-        conversion.decode({tile}, in, count, 1, conversion.input_bits);
-        conversion.encode({tile}, out, count, 1, conversion.output_bits);
-        in += size_t{count} * conversion.input_bytes;
-        out += size_t{count} * conversion.output_bytes;
-        samples -= count;
+    constexpr size_t FEWEST_SAMPLES = 32; // that a kernel takes
+    if (conversion.kernel != nullptr && samples >= FEWEST_SAMPLES) {
+        conversion.kernel(out, in, samples);
+    } else {
+        convertInStages(conversion, out, in, samples);
     }
 }

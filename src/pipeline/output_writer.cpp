@@ -205,6 +205,8 @@ uint32_t writeDirectly(audio_converter &converter, const uint8_t *frames, uint32
     if (direct.samples != 0) {
         decodeDirectInput(writer);
     }
-    dropAccepted(converter, converter.work);
+    if (converter.work.count != 0) {
+        dropAccepted(converter, converter.work);
+    }
     return result;
 }
