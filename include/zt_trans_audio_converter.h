@@ -67,9 +67,9 @@
  * infinity, without rounding or dither.
  *
  * Floating-point environment. The calling thread must round to nearest. Traps
- * other than inexact may be unmasked: with finite input and gains of magnitude
- * up to 1 no call raises invalid, division by zero, overflow or underflow.
- * Not-a-number input and a user matrix beyond that may raise them.
+ * other than inexact may be unmasked: with finite input no call raises invalid,
+ * division by zero, overflow or underflow. Not-a-number input may, and so may a
+ * user matrix whose sums leave 32 bits or whose products are below 1e-307.
  *
  * RESULTS AND THREADS
  *
@@ -279,7 +279,7 @@ typedef int (*host_printer)(const char *format, ...);
  * commit and one aux_info. A stream that reports too little room for one frame
  * (two frames of LPCM_PAIRED and LPCM_BE; plus 4 bytes for AES3) is asked
  * again, at first at once and then about every millisecond. After 2 seconds
- * without progress the call returns 1.
+ * without progress the call returns 1 (audioConverterDone: 0).
  *
  * Rings. The areas of a ring end at its wrap, where less than one frame may
  * remain; no wait makes it more. Such a stream needs a bounce area: reserve
@@ -315,7 +315,8 @@ struct bufstream {
      * the slot; the area may be smaller. A chunk takes settings.out_frame_size
      * bytes at most (AES3: 4 more). With separate output streams an area for
      * byte_count bytes needs room for byte_count times the output channels.
-     * Null: the stream is full, and the call that was writing returns 1. */
+     * Null: the stream is full, and the call that was writing returns 1
+     * (audioConverterDone: 0, after it has asked again). */
     uint8_t *(*reserve)(bufstream *stream, uint32_t byte_count);
     /* The first byte_count bytes of the area are written. */
     void (*commit)(bufstream *stream, uint32_t byte_count);
@@ -385,9 +386,10 @@ int32_t audioConverterInit(audio_converter *converter, bufstream *stream);
  * output_separate_channels is set. As audioConverterInit, and:
  *
  *   channel  output slot, 0 to 7. Channels whose slot has no stream are
- *            dropped. A stream in a slot at or beyond the output channel count
- *            is kept, never called, and does not count as attached. With slot 0
- *            alone attached, that stream receives all channels interleaved.
+ *            dropped. With slot 0 alone attached, its stream receives all
+ *            channels interleaved; with any other one, output goes by channels.
+ *            A stream in a slot at or beyond the output channel count is kept
+ *            and never called: no output goes to it
  *
  * Returns 1 silently for a channel outside 0 to 7, before any other check. */
 int32_t audioConverterInitChannel(audio_converter *converter, bufstream *stream, int32_t channel);
@@ -441,10 +443,10 @@ uint32_t audioConverterPutBytes(audio_converter *converter, const uint8_t *bytes
  *               input_channel_mask
  *
  * The samples wait in the channel's buffer until every active channel holds at
- * least as many as the largest block of any call so far (one that ran out of
- * memory included). Then a block of this call's length goes through. A call
- * whose block does not go through yet writes what waits and returns the result
- * of that. An odd last frame of LPCM output waits for its partner.
+ * least as many as the largest block of any call so far. Then a block of this
+ * call's length goes through. A call whose block does not go through yet writes
+ * what waits and returns the result of that. An odd last frame of LPCM output
+ * waits for its partner.
  *
  * Feed the channels in turn, in blocks of like size: a channel that runs far
  * ahead costs time in every call for all that it holds. A channel that the mask
@@ -457,8 +459,8 @@ uint32_t audioConverterPutBytes(audio_converter *converter, const uint8_t *bytes
  *   - channel is above 7;
  *   - the input format is AES3 (with a message);
  *   - bytes is null and byte_count is not 0;
- *   - the channel is one of the layout but has ended, or audioConverterDone was
- *     called;
+ *   - the channel is one of the layout but has ended, and byte_count is not 0;
+ *   - audioConverterDone was called;
  *   - nothing can ever be written and byte_count is not 0, as in
  *     audioConverterPutBytes;
  *   - a size limit is passed;

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <chrono>
 #include <csignal>
 #include <optional>
@@ -209,6 +210,47 @@ TEST(HostileStream, SlotsHavePositionsOfTheirOwn) {
         audioConverterFree(converter);
         EXPECT_EQ(host.trouble(), "");
     }
+}
+
+// Slot order is priority: a null ends the call and too little room the pass, before later slots are
+// served. A stream attached while output waits begins at the oldest sample held.
+TEST(HostileStream, EarlierSlotsGoFirst) {
+    audio_converter_settings settings = makeSettings({{1, 8}, 3, 48000}, {});
+    settings.output_separate_channels = 1;
+    test_host host;
+    std::array<recording_stream, 3> streams;
+    std::string journal;
+    enum { OPEN, NO_ROOM_ONCE, FULL } state = FULL;
+    streams[0].refuses = [&] { return state == FULL; };
+    streams[0].room = [&](uint32_t want) {
+        const bool none = state == NO_ROOM_ONCE;
+        state = none ? OPEN : state;
+        return none ? 2 : 3 * want;
+    };
+    audio_converter *converter = audioConverterNew(host.enter(), &settings);
+    for (const int32_t slot : {0, 1}) {
+        streams[slot].slot = slot;
+        streams[slot].journal = &journal;
+        EXPECT_EQ(audioConverterInitChannel(converter, &streams[slot], slot), 0);
+    }
+    const uint8_t frames[] = {1, 11, 21, 2, 12, 22, 3, 13, 23, 4, 14, 24, 5, 15, 25};
+    EXPECT_EQ(audioConverterPutBytes(converter, frames, 3), 1u);
+    EXPECT_EQ(journal, "r0 ");
+    state = NO_ROOM_ONCE;
+    EXPECT_EQ(audioConverterPutBytes(converter, nullptr, 0), 0u);
+    EXPECT_EQ(journal, "r0 r0 f0 r0 f0 c0 a0 r1 f1 c1 a1 ");
+    // Both accept one sample of four, which stays in front; the third stream begins behind it.
+    streams[0].room = streams[1].room = [](uint32_t) { return 3; }; // a share of one sample
+    streams[0].refuses = [&] { return streams[0].bytes.size() == 2; };
+    EXPECT_EQ(audioConverterPutBytes(converter, frames + 3, 12), 1u);
+    EXPECT_EQ(audioConverterInitChannel(converter, &streams[2], 2), 0);
+    streams[0].refuses = nullptr;
+    EXPECT_EQ(audioConverterPutBytes(converter, nullptr, 0), 0u);
+    EXPECT_EQ(streams[0].bytes, (byte_vector{1, 2, 3, 4, 5}));
+    EXPECT_EQ(streams[1].bytes, (byte_vector{11, 12, 13, 14, 15}));
+    EXPECT_EQ(streams[2].bytes, (byte_vector{23, 24, 25}));
+    audioConverterFree(converter);
+    EXPECT_EQ(host.trouble(), "");
 }
 
 // Output held for long: memory grows in few steps, and a stream that accepts a little in every call

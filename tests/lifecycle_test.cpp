@@ -129,7 +129,7 @@ TEST(Lifecycle, DataCallsOfTheOtherMode) {
     audio_converter_settings settings = stereo();
     settings.input_separate_channels = 2;
     conversion split(settings);
-    EXPECT_EQ(split.put(bytes), 1u);
+    EXPECT_EQ(audioConverterPutBytes(split.converter, nullptr, UINT32_MAX), 1u);
     EXPECT_EQ(split.host.messages, texts{MIXED_DATA});
     EXPECT_EQ(split.putChannel(bytes, 8), 1u);
     EXPECT_EQ(split.end(8), 1u);
@@ -138,7 +138,8 @@ TEST(Lifecycle, DataCallsOfTheOtherMode) {
     settings.input_format = AUDIO_FORMAT_AES3;
     conversion pairs(settings);
     const size_t allocations = pairs.host.sizes.size();
-    EXPECT_EQ(pairs.putChannel(bytes, 0), 1u);
+    EXPECT_EQ(pairs.putChannel(bytes, 8), 1u);
+    EXPECT_EQ(audioConverterPutBytesOneChannel(pairs.converter, nullptr, 4, 0), 1u);
     EXPECT_EQ(pairs.host.messages, texts{AES3_PAIRS});
     EXPECT_EQ(pairs.host.sizes.size(), allocations);
     for (conversion *run : {&joined, &split, &pairs}) {

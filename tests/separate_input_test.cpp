@@ -84,7 +84,7 @@ const schedule_row SCHEDULE_ROWS[] = {
      frameRun(100, 500, 9)},
     {"no input at all", {1, 16}, {{'d', 0, 0, 0, 0, 0}}, {}},
     {"ended channels refuse input", {1, 16}, {{'p', 0, 100, 10, 0, 0}, {'e', 0, 0, 0, 0, 0}, {'p',
-     0, 900, 10, 1, 0}, {'p', 1, 500, 10, 0, 10}, {'d', 0, 0, 0, 0, 10}, {'p', 1, 900, 10, 1, 10}},
+     0, 900, 10, 1, 0}, {'p', 0, 0, 0, 0, 0}, {'p', 1, 500, 10, 0, 10}, {'d', 0, 0, 0, 0, 10}, {'p', 1, 900, 10, 1, 10}},
      frameRun(100, 500, 10)},
     {"a channel that the mask lacks", {1, 16}, {{'p', 5, 900, 10, 0, 0}, {'p', 0, 100, 10, 0, 0},
      {'p', 1, 500, 10, 0, 10}, {'p', 8, 1, 1, 1, 10}, {'d', 0, 0, 0, 0, 10}}, frameRun(100, 500,
@@ -150,6 +150,7 @@ TEST(SeparateInput, NothingTakenBeforeOutputIsAttached) {
     const auto settings = splitInput({{1, 16}, 2, 48000}, {});
     audio_converter *converter = audioConverterNew(nullptr, &settings);
     EXPECT_EQ(audioConverterPutBytesOneChannel(converter, ramp(1, 10).data(), 20, 0), 1u);
+    EXPECT_EQ(audioConverterPutBytesOneChannel(converter, nullptr, 0, 0), 0u);
     EXPECT_EQ(audioConverterDone(converter, 0), 0u);
     audioConverterFree(converter);
 }

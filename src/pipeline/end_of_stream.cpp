@@ -95,9 +95,7 @@ uint32_t endStream(audio_converter &converter, uint32_t discard_tail) {
     if (discard_tail != 0) {
         return 0;
     }
-    if (completePair(converter, held) != 0) {
-        return 1;
-    }
+    const uint32_t failed = completePair(converter, held);
     writeOutput(converter, held);
-    return 0;
+    return failed;
 }

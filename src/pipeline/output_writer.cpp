@@ -190,6 +190,7 @@ uint32_t writeOutput(audio_converter &converter, channel_buffer_set &set) {
         return 0;
     }
     if (!canWrite(converter)) {
+        set.holds_output = 1;
         return 1;
     }
     direct_input nothing = {};

@@ -61,21 +61,13 @@ uint32_t waitThreshold(const audio_converter &converter) {
     return hasEqualRates(converter) ? converter.work.capacity : converter.largest_channel_block;
 }
 
-// True when no stream was ever attached, so that no channel could become active.
-bool hasNoOutput(const audio_converter &converter) {
-    return converter.output.shares == 0;
-}
-
-// Refusals that print nothing. A call of nothing is good for what waits even where bytes are not
-// taken for want of an output.
+// Refusals that print nothing. A call of 0 bytes is good for what waits even where bytes are not
+// accepted.
 bool isRefused(const audio_converter &converter, const uint8_t *bytes, uint32_t byte_count,
                unsigned channel) {
-    if (byte_count == 0 && hasNoOutput(converter)) {
-        return converter.done != 0;
-    }
-    return converter.done != 0 || !takesInput(converter, channel) ||
-           byte_count > LARGEST_BLOCK_BYTES ||
-           (byte_count != 0 && (bytes == nullptr || !canWrite(converter)));
+    return converter.done != 0 || (byte_count != 0 && (!takesInput(converter, channel) ||
+                                                       byte_count > LARGEST_BLOCK_BYTES ||
+                                                       bytes == nullptr || !canWrite(converter)));
 }
 
 } // namespace
