@@ -2,6 +2,7 @@
 
 #include "simd/kernels.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 
@@ -112,13 +113,52 @@ void mixPartOfTile(const mix_plan &plan, mix_tile<V> &tile, const channel_pointe
     }
 }
 
+// All sums of one or two outputs fit in the registers: each input is read and converted once, for
+// both, and needs no tile in between. A gain of zero beside one that counts adds nothing here
+// either. Returns the frames mixed: whole groups of vectors, what remains is the tiles'.
+template <typename V, unsigned OUTPUTS>
+size_t mixInRegisters(const mix_plan &plan, const gain_matrix &matrix,
+                      const channel_pointers &channels, size_t n) {
+    constexpr unsigned VECTORS = MIX_VECTORS / 2;
+    size_t frame = 0;
+    for (; frame + VECTORS * V::LANES <= n; frame += VECTORS * V::LANES) {
+        typename V::vector sums[OUTPUTS][VECTORS];
+        for (auto &of_output : sums) {
+            std::fill(of_output, of_output + VECTORS, V::zero());
+        }
+        for (unsigned i = 0; i < plan.inputs; ++i) {
+            if (!plan.input_used[i]) {
+                continue;
+            }
+            const int32_t *samples = channels[i] + frame;
+#pragma GCC unroll 4
+            for (unsigned v = 0; v < VECTORS; ++v) {
+                const typename V::vector input = V::loadSamples(samples + v * V::LANES);
+#pragma GCC unroll 2
+                for (unsigned o = 0; o < OUTPUTS; ++o) {
+                    const typename V::vector product = V::multiply(input, V::spread(matrix[i][o]));
+                    sums[o][v] = V::add(sums[o][v], product);
+                }
+            }
+        }
+        for (unsigned o = 0; o < OUTPUTS; ++o) {
+            for (unsigned v = 0; v < VECTORS; ++v) {
+                V::storeTruncated(channels[o] + frame + v * V::LANES, sums[o][v]);
+            }
+        }
+    }
+    return frame;
+}
+
 template <typename V>
 void runMix(const gain_matrix &matrix, const channel_pointers &channels, size_t n, unsigned inputs,
             unsigned outputs) {
     mix_plan plan;
     planMix(plan, matrix, inputs, outputs);
     mix_tile<V> tile;
-    size_t frame = 0;
+    size_t frame = outputs == 1   ? mixInRegisters<V, 1>(plan, matrix, channels, n)
+                   : outputs == 2 ? mixInRegisters<V, 2>(plan, matrix, channels, n)
+                                  : 0;
     for (; frame + tile.FRAMES <= n; frame += tile.FRAMES) {
         mixWholeTile<V>(plan, tile, channels, frame);
     }
