@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 
 namespace {
 
@@ -57,6 +58,26 @@ std::vector<int32_t> filterAtOnce(const std::vector<int32_t> &input, uint32_t in
 TEST(ResamplerDefinition, BesselSeries) {
     EXPECT_NEAR(besselI0(4.5), 1093.58807, 5e-6);
     EXPECT_EQ(besselI0(0.0), 1.0);
+}
+
+// The table is the Kaiser-windowed sinc of the textbooks, but for the series that stops early.
+TEST(ResamplerDefinition, KaiserWindow) {
+    constexpr double BETA = 9.0;
+    for (const auto &[up, down] : {std::pair{1, 6}, {2, 1}, {160, 147}, {147, 160}, {147, 640}}) {
+        const double cutoff = 0.5 / std::max(up, down); // cycles per position
+        const int half = 20 * up;
+        std::vector<double> table(static_cast<size_t>(2 * half + 1));
+        designResamplingFilter(table.data(), 2 * half + 1, static_cast<uint32_t>(up), BETA, cutoff);
+        for (int k = -half; k <= half; ++k) {
+            const double distance = static_cast<double>(k) / half;
+            const double window =
+                std::cyl_bessel_i(0.0, BETA * std::sqrt(1 - distance * distance)) /
+                std::cyl_bessel_i(0.0, BETA);
+            const double sinc = k == 0 ? 2 * cutoff : std::sin(2 * M_PI * cutoff * k) / (M_PI * k);
+            ASSERT_NEAR(table[static_cast<size_t>(half + k)], up * sinc * window, 2e-6)
+                << up << "/" << down << ", " << k;
+        }
+    }
 }
 
 TEST(ResamplerDefinition, WholeStreams) {
