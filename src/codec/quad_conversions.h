@@ -19,14 +19,10 @@ template <typename V, typename In, typename Out>
     }
     for (size_t left = samples - part; left != 0; left -= STEP) {
         for (unsigned half = 0; half < HALVES; ++half) {
-            lane128 lanes[V::LANES128];
-            V::split(Out::pack(loadQuads<V, In>(in, In::BYTES)), lanes);
+            storeRun<V, Out>(out, Out::pack(loadRun<V, In>(in)),
+                             left == STEP && half + 1 == HALVES);
             in += V::LANES128 * In::BYTES;
-            for (unsigned i = 0; i < V::LANES128; ++i) {
-                storeQuad<Out>(out, lanes[i],
-                               left == STEP && half + 1 == HALVES && i + 1 == V::LANES128);
-                out += Out::BYTES;
-            }
+            out += V::LANES128 * Out::BYTES;
         }
     }
 }

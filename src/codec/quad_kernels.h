@@ -55,6 +55,29 @@ inline void storeQuad(uint8_t *bytes, lane128 quad, bool is_last) {
     }
 }
 
+// Quads one behind the other, a lane each: V::LANES128 * Quads::BYTES bytes.
+template <typename V, typename Quads>
+inline typename V::vec loadRun(const uint8_t *bytes) {
+    if constexpr (Quads::BYTES == LANE128_BYTES) {
+        return Quads::template unpack<0>(V::load(bytes));
+    } else {
+        return loadQuads<V, Quads>(bytes, Quads::BYTES);
+    }
+}
+
+template <typename V, typename Quads>
+inline void storeRun(uint8_t *bytes, typename V::vec quads, bool is_last) {
+    if constexpr (Quads::BYTES == LANE128_BYTES) {
+        V::store(bytes, quads);
+    } else {
+        lane128 lanes[V::LANES128];
+        V::split(quads, lanes);
+        for (unsigned i = 0; i < V::LANES128; ++i) {
+            storeQuad<Quads>(bytes + i * Quads::BYTES, lanes[i], is_last && i + 1 == V::LANES128);
+        }
+    }
+}
+
 // Turns four quads of every lane into four channels, and back.
 template <typename V>
 [[gnu::always_inline]] inline void transpose(typename V::vec (&v)[4]) {
@@ -87,19 +110,15 @@ public:
     [[gnu::always_inline]] void decode(size_t frame, const uint8_t *in) const {
         for (unsigned half = 0; half < HALVES; ++half) {
             V::store(samples_ + frame + half * HALF_FRAMES,
-                     loadQuads<V, Quads>(in + half * HALF_BYTES, Quads::BYTES));
+                     loadRun<V, Quads>(in + half * HALF_BYTES));
         }
     }
 
     [[gnu::always_inline]] void encode(size_t frame, uint8_t *out, bool ends) const {
         for (unsigned half = 0; half < HALVES; ++half) {
-            lane128 lanes[V::LANES128];
-            V::split(Quads::pack(V::load(samples_ + frame + half * HALF_FRAMES)), lanes);
-            for (unsigned at = 0; at < V::LANES128; ++at) {
-                storeQuad<Quads>(out, lanes[at],
-                                 ends && half + 1 == HALVES && at + 1 == V::LANES128);
-                out += Quads::BYTES;
-            }
+            storeRun<V, Quads>(out + half * HALF_BYTES,
+                               Quads::pack(V::load(samples_ + frame + half * HALF_FRAMES)),
+                               ends && half + 1 == HALVES);
         }
     }
 

@@ -20,11 +20,11 @@ struct avx2_vector {
         lanes[0] = _mm256_castsi256_si128(v);
         lanes[1] = _mm256_extracti128_si256(v, 1);
     }
-    static vec load(const int32_t *samples) {
-        return _mm256_loadu_si256(reinterpret_cast<const __m256i *>(samples));
+    static vec load(const void *samples) {
+        return _mm256_loadu_si256(static_cast<const __m256i *>(samples));
     }
-    static void store(int32_t *samples, vec v) {
-        _mm256_storeu_si256(reinterpret_cast<__m256i *>(samples), v);
+    static void store(void *samples, vec v) {
+        _mm256_storeu_si256(static_cast<__m256i *>(samples), v);
     }
 
     static vec everyLane(const shuffle_pattern &pattern) {

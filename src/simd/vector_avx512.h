@@ -33,8 +33,8 @@ struct avx512_vector {
         lanes[2] = _mm512_extracti32x4_epi32(v, 2);
         lanes[3] = _mm512_extracti32x4_epi32(v, 3);
     }
-    static vec load(const int32_t *samples) { return _mm512_loadu_si512(samples); }
-    static void store(int32_t *samples, vec v) { _mm512_storeu_si512(samples, v); }
+    static vec load(const void *samples) { return _mm512_loadu_si512(samples); }
+    static void store(void *samples, vec v) { _mm512_storeu_si512(samples, v); }
 
     static vec everyLane(const shuffle_pattern &pattern) {
         return _mm512_broadcast_i32x4(loadWhole<LANE128_BYTES>(pattern.from));

@@ -21,12 +21,12 @@ struct ssse3_vector {
         lanes[0] = v.first;
         lanes[1] = v.second;
     }
-    static vec load(const int32_t *samples) {
-        const auto *lanes = reinterpret_cast<const lane128 *>(samples);
+    static vec load(const void *samples) {
+        const auto *lanes = static_cast<const lane128 *>(samples);
         return {_mm_loadu_si128(lanes), _mm_loadu_si128(lanes + 1)};
     }
-    static void store(int32_t *samples, vec v) {
-        auto *lanes = reinterpret_cast<lane128 *>(samples);
+    static void store(void *samples, vec v) {
+        auto *lanes = static_cast<lane128 *>(samples);
         _mm_storeu_si128(lanes, v.first);
         _mm_storeu_si128(lanes + 1, v.second);
     }
