@@ -122,6 +122,24 @@ TEST(Writer, StreamsAttached) {
     }
 }
 
+// Pairs come in and frames go out: a chunk may cut a pair, and so may what a full stream leaves.
+TEST(Writer, ChunksThatCutPairs) {
+    for (const uint8_t channels : {1, 3}) {
+        conversion run(makeSettings({{2, 16}, channels, 48000}, {{1, 16}}, 6u * channels));
+        recording_stream &stream = run.streams[0];
+        stream.refuses = [&] { return stream.chunks.size() == 3; };
+        const byte_vector input = makeInput({2, 16}, channels, 50, 1);
+        EXPECT_EQ(run.put(input), 1u);
+        stream.refuses = nullptr;
+        EXPECT_EQ(run.put({}), 0u);
+        ASSERT_EQ(stream.bytes.size(), input.size());
+        for (size_t i = 0; i < input.size(); ++i) {
+            ASSERT_EQ(stream.bytes[i ^ 1], input[i]) << i;
+        }
+        EXPECT_EQ(run.close(), "");
+    }
+}
+
 // Areas one behind the other in a block of the host's.
 struct in_place_stream : bufstream {
     in_place_stream()

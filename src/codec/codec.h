@@ -24,8 +24,8 @@ void decodeLpcmBe(const channel_pointers &out, const uint8_t *in, uint32_t sampl
 void encodeLpcmBe(const channel_pointers &in, uint8_t *out, uint32_t samples, uint8_t channels,
                   uint8_t bits);
 
-// Big-endian LPCM in pairs of frames, low words before high bits: 16, 20 or 24 bits. The
-// sample count is even.
+// Big-endian LPCM in pairs of frames, low words before high bits: 20 or 24 bits. The sample count
+// is even. With 16 bits the words are whole samples, frame by frame: the layout above.
 void decodeLpcmPaired(const channel_pointers &out, const uint8_t *in, uint32_t samples,
                       uint8_t channels, uint8_t bits);
 void encodeLpcmPaired(const channel_pointers &in, uint8_t *out, uint32_t samples, uint8_t channels,

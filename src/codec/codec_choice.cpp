@@ -2,10 +2,10 @@
 
 #include "codec/plain_codecs.h"
 
-codec_pair chooseCodecPlain(uint8_t format, uint8_t /*channels*/, uint8_t /*bits*/) {
+codec_pair chooseCodecPlain(uint8_t format, uint8_t /*channels*/, uint8_t bits) {
     switch (format) {
     case AUDIO_FORMAT_LPCM_PAIRED:
-        return PLAIN_LPCM_PAIRED;
+        return bits == 20 || bits == 24 ? PLAIN_LPCM_PAIRED : PLAIN_LPCM_BE;
     case AUDIO_FORMAT_LPCM_BE:
         return PLAIN_LPCM_BE;
     case AUDIO_FORMAT_AES3:

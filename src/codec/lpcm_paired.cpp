@@ -6,8 +6,6 @@
 //
 //     | word 0 | word 1 | ... | word 2N-1 | high bits            |
 //     | 2 bytes, big-endian, low bits     | 20 bits: N nibble pairs, 24 bits: 2N bytes |
-//
-// With 16 bits the words are the whole samples, as in plain big-endian LPCM.
 
 namespace {
 
@@ -62,9 +60,6 @@ constexpr unsigned pairBytes(unsigned channels, unsigned bits) {
 
 void decodeLpcmPaired(const channel_pointers &out, const uint8_t *in, uint32_t samples,
                       uint8_t channels, uint8_t bits) {
-    if (bits != 20 && bits != 24) {
-        return decodeLpcmBe(out, in, samples & ~1u, channels, 16);
-    }
     const auto decode_pair = bits == 20 ? decodePair20 : decodePair24;
     for (uint32_t frame = 0; frame + 1 < samples; frame += 2) {
         decode_pair(out, in, frame, channels);
@@ -74,9 +69,6 @@ void decodeLpcmPaired(const channel_pointers &out, const uint8_t *in, uint32_t s
 
 void encodeLpcmPaired(const channel_pointers &in, uint8_t *out, uint32_t samples, uint8_t channels,
                       uint8_t bits) {
-    if (bits != 20 && bits != 24) {
-        return encodeLpcmBe(in, out, samples & ~1u, channels, 16);
-    }
     const auto encode_pair = bits == 20 ? encodePair20 : encodePair24;
     for (uint32_t frame = 0; frame + 1 < samples; frame += 2) {
         encode_pair(in, out, frame, channels);
