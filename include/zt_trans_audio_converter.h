@@ -312,11 +312,11 @@ struct bufstream {
     /* Bytes that the area of the last reserve can take. */
     uint32_t (*free_bytes)(bufstream *stream);
     /* A writable area for the next bytes. byte_count is all that is pending in
-     * the slot; the area may be smaller. A chunk takes settings.out_frame_size
-     * bytes at most (AES3: 4 more). With separate output streams an area for
-     * byte_count bytes needs room for byte_count times the output channels.
-     * Null: the stream is full, and the call that was writing returns 1
-     * (audioConverterDone: 0, after it has asked again). */
+     * the slot, or 512 MiB of it; the area may be smaller. A chunk takes
+     * settings.out_frame_size bytes at most (AES3: 4 more). With separate
+     * output streams an area for byte_count bytes needs room for byte_count
+     * times the output channels. Null: the stream is full, and the call that
+     * was writing returns 1 (audioConverterDone goes on and returns 0). */
     uint8_t *(*reserve)(bufstream *stream, uint32_t byte_count);
     /* The first byte_count bytes of the area are written. */
     void (*commit)(bufstream *stream, uint32_t byte_count);
@@ -388,8 +388,9 @@ int32_t audioConverterInit(audio_converter *converter, bufstream *stream);
  *   channel  output slot, 0 to 7. Channels whose slot has no stream are
  *            dropped. With slot 0 alone attached, its stream receives all
  *            channels interleaved; with any other one, output goes by channels.
- *            A stream in a slot at or beyond the output channel count is kept
- *            and never called: no output goes to it
+ *            A stream in a slot at or beyond the output channel count makes
+ *            output go by channels too, but is never called and does not count
+ *            as attached in the data calls
  *
  * Returns 1 silently for a channel outside 0 to 7, before any other check. */
 int32_t audioConverterInitChannel(audio_converter *converter, bufstream *stream, int32_t channel);
@@ -416,8 +417,9 @@ void audioConverterFree(audio_converter *converter);
  *   - input_separate_channels is set (with a message);
  *   - bytes is null and byte_count is not 0;
  *   - nothing can ever be written and byte_count is not 0: no stream is
- *     attached, out_frame_size or a stream's share of it is below one frame
- *     (two for the LPCM formats), or AES3 would go to separate streams;
+ *     attached to a slot of the output, out_frame_size or a stream's share of
+ *     it is below one frame (two for the LPCM formats), or AES3 would go to
+ *     separate streams;
  *   - the size limit above is passed;
  *   - memory ran out, or more than 2^30 - 1 samples would have to be held: the
  *     call can be retried.
@@ -443,10 +445,10 @@ uint32_t audioConverterPutBytes(audio_converter *converter, const uint8_t *bytes
  *               input_channel_mask
  *
  * The samples wait in the channel's buffer until every active channel holds at
- * least as many as the largest block of any call so far. Then a block of this
- * call's length goes through. A call whose block does not go through yet writes
- * what waits and returns the result of that. An odd last frame of LPCM output
- * waits for its partner.
+ * least as many as the largest block of any call so far, also of one that ran
+ * out of memory. Then a block of this call's length goes through. A call whose
+ * block does not go through yet writes what waits and returns the result of
+ * that. An odd last frame of LPCM output waits for its partner.
  *
  * Feed the channels in turn, in blocks of like size: a channel that runs far
  * ahead costs time in every call for all that it holds. A channel that the mask

@@ -11,6 +11,7 @@ namespace {
 template <typename V, typename In, typename Out>
 [[gnu::noinline]] void convertQuads(uint8_t *out, const uint8_t *in, size_t samples) {
     constexpr size_t STEP = HALVES * V::LANES128 * QUAD_SAMPLES;
+    static_assert(STEP <= CONVERSION_FEWEST_SAMPLES);
     const size_t part = samples % STEP;
     if (part != 0) {
         convertQuads<V, In, Out>(out, in, STEP);
@@ -59,7 +60,7 @@ convert_function chooseConversion(sample_coding in, sample_coding out) {
     });
 }
 
-// The same of those that have floats on one side.
+// The same of a pair that has floats on one side.
 template <typename V>
 convert_function chooseFloatConversion(sample_coding in, sample_coding out) {
     if (in == CODING_FLOAT) {

@@ -88,8 +88,7 @@ sample_conversion chooseSampleConversion(const kernel_set &kernels,
 
 void convertSamples(const sample_conversion &conversion, uint8_t *out, const uint8_t *in,
                     size_t samples) {
-    constexpr size_t FEWEST_SAMPLES = 32; // that a kernel takes
-    if (conversion.kernel != nullptr && samples >= FEWEST_SAMPLES) {
+    if (conversion.kernel != nullptr && samples >= CONVERSION_FEWEST_SAMPLES) {
         conversion.kernel(out, in, samples);
     } else {
         convertInStages(conversion, out, in, samples);

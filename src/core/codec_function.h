@@ -11,8 +11,9 @@ using decode_function = void (*)(const channel_pointers &out, const uint8_t *in,
 using encode_function = void (*)(const channel_pointers &in, uint8_t *out, uint32_t samples,
                                  uint8_t channels, uint8_t bits);
 
-// Interleaved samples from one format to another, without the channel arrays between. Takes 32
-// samples or more; the areas do not overlap.
+// Interleaved samples from one format to another, without the channel arrays between. The areas do
+// not overlap.
+constexpr size_t CONVERSION_FEWEST_SAMPLES = 32;
 using convert_function = void (*)(uint8_t *out, const uint8_t *in, size_t samples);
 
 // How the samples of one format become those of another, whatever channels they belong to.

@@ -23,7 +23,8 @@ struct channel_input {
 // How output is cut and shared out among the attached streams.
 struct output_limits {
     encode_function encode;   // of what one stream carries
-    sample_conversion direct; // interleaved input to the stream in one pass, where that is possible
+    sample_conversion direct; // interleaved input to the stream in one pass; input_bytes is 0 where
+                              // that is not possible
     uint32_t shares;          // frame size and room are divided by it; slots below it are written
     uint32_t unit;            // frames that travel together: 2 for the LPCM formats
     uint32_t largest_block;   // samples whose bytes may be asked for at once
@@ -37,8 +38,8 @@ struct audio_converter {
     audio_converter_settings settings; // effective values, both order maps present
 
     channel_buffer_set work;      // decoded, then mixed, at the input rate
-    channel_buffer_set resampled; // at the output rate; with equal rates, blocks of
-                                  // separate-channel input that no stream has accepted yet
+    channel_buffer_set resampled; // at the output rate; with equal rates, what some stream has not
+                                  // accepted yet of separate-channel input
 
     channel_input inputs[AUDIO_MAX_CHANNELS]; // separate-channel input, by speaker channel
 

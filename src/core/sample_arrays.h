@@ -5,7 +5,8 @@
 // Samples of every channel waiting between two steps of the pipeline.
 //
 // All arrays share `capacity` and `count`: count <= capacity, the samples held stand at the start
-// of every array, and what lies behind them is scratch. A set only grows.
+// of every array, and what lies behind them is scratch. A set only grows. A borrowed array may have
+// less than the capacity: it holds the block that it was lent for, and every block lends anew.
 struct channel_buffer_set {
     int32_t *data[AUDIO_MAX_CHANNELS]; // one array per slot; null until first grown
     uint32_t capacity;                 // samples that every array can hold
@@ -46,5 +47,5 @@ uint32_t growOwnedPositions(const host_memory &memory, channel_buffer_set &set,
 void lendPosition(const host_memory &memory, channel_buffer_set &set, unsigned slot,
                   int32_t *array);
 
-// Releases every array that the set owns in a slot.
+// Empties a position: releases its array if the set owns it.
 void releasePosition(const host_memory &memory, channel_buffer_set &set, unsigned slot);

@@ -52,8 +52,8 @@ uint32_t drainChannelInputs(audio_converter &converter) {
         advanceChannelInputs(converter, block);
         markEmptyChannelsEnded(converter);
         if (result == BLOCK_HELD) {
-            // Output piles up: room for all of it at once. Without it the blocks make do one by
-            // one.
+            // Output piles up. With a rate change there is room for all of it at once, or the
+            // blocks make do one by one.
             resamplerReserve(converter.resampler, setsOf(converter),
                              longestChannelInput(converter));
         }
@@ -87,7 +87,7 @@ uint32_t endStream(audio_converter &converter, uint32_t discard_tail) {
     channel_buffer_set &held = heldOutput(converter);
     // The host knows which of its streams were full; what they did not accept waits.
     writeOutput(converter, held);
-    channel_buffer_set *set;
+    channel_buffer_set *set; // `held`, or `work` where that is empty
     if (drainChannelInputs(converter) != 0 ||
         resamplerFlush(converter.resampler, setsOf(converter), &set, discard_tail) != 0) {
         return 1;

@@ -15,7 +15,7 @@ bool isAttached(const bufstream *stream) {
 }
 
 // True when every input sample becomes the output sample in the same place of the only stream.
-bool goesDirectly(const audio_converter &converter, const output_limits &limits) {
+bool keepsPlaces(const audio_converter &converter, const output_limits &limits) {
     const mixer_state &mixer = converter.mixer;
     return limits.shares == 1 && converter.settings.input_separate_channels == 0 &&
            hasEqualRates(converter) && mixer.mix_enabled == 0 && mixer.reorder_enabled == 0 &&
@@ -50,7 +50,7 @@ void computeOutputLimits(audio_converter &converter) {
     const bool possible = std::any_of(streams, streams + limits.shares, isAttached) &&
                           !(settings.output_format == AUDIO_FORMAT_AES3 && per_channel);
     limits.largest_chunk = possible ? largestChunk(settings, limits) : 0;
-    limits.direct = goesDirectly(converter, limits)
+    limits.direct = possible && keepsPlaces(converter, limits)
                         ? chooseSampleConversion(*converter.kernels, settings)
                         : sample_conversion{};
 }

@@ -138,6 +138,7 @@ pass_result serveSlot(const output_writer &writer, unsigned slot) {
     }
     stream->commit(stream, bytes);
     stream->aux_info(stream, bytes, AUX_INFO_CHUNK, nullptr, 0);
+    writer.converter.timed_out = 0;
     return PROGRESS;
 }
 
@@ -164,7 +165,7 @@ pass_result servePass(const output_writer &writer) {
 
 // Repeats passes until no stream has a unit pending.
 uint32_t writePasses(const output_writer &writer) {
-    uint8_t &timed_out = writer.converter.timed_out;
+    audio_converter &converter = writer.converter;
     room_wait waiting = {};
     for (;;) {
         const pass_result result = servePass(writer);
@@ -173,11 +174,10 @@ uint32_t writePasses(const output_writer &writer) {
         }
         if (result == PROGRESS) {
             waiting = {};
-            timed_out = 0;
         } else if (result == STREAM_FULL) {
             return 1;
-        } else if (timed_out != 0 || !waitForRoom(waiting)) {
-            timed_out = 1;
+        } else if (converter.timed_out != 0 || !waitForRoom(waiting)) {
+            converter.timed_out = 1;
             return 1;
         }
     }

@@ -31,7 +31,7 @@ bool hasTimedOut(room_wait &waiting) {
     if (!readMonotonicTime(now)) {
         return waiting.passes >= YIELDING_PASSES + SLEEPING_PASSES;
     }
-    if (waiting.passes == 0) {
+    if (waiting.started == 0) {
         waiting.started = now;
     }
     return now - waiting.started >= LONGEST_WAIT;
