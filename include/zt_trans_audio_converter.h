@@ -490,13 +490,14 @@ uint32_t audioConverterNoMoreDataInChannel(audio_converter *converter, uint32_t 
  * resampler.
  *
  *   discard_tail  0: everything comes out, and an odd frame of LPCM output is
- *                 completed with one frame of silence. Other: the resampler is
- *                 not flushed, and an odd frame of LPCM output waits for a
- *                 later call with 0
+ *                 completed with one frame of silence. Other: what the
+ *                 resampler holds is dropped, and an odd frame of LPCM output
+ *                 waits for a later call with 0
  *
- * The bytes of an incomplete interleaved input frame are dropped. The next call
- * is normally audioConverterFree. Later input is safe; separate-channel input
- * is refused.
+ * The bytes of an incomplete interleaved input frame do not come out. The next
+ * call is normally audioConverterFree. Later interleaved input is safe, but no
+ * new stream: nothing is reset, and with a rate change frames at the seam are
+ * missing. Separate-channel input is refused.
  *
  * Returns 0 also when the output was full, which the host knows by its own
  * streams. What was not written waits, and another audioConverterDone writes

@@ -21,6 +21,7 @@
 #include "zt_trans_audio_converter.h"
 
 #include <algorithm>
+#include <bitset>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -60,10 +61,9 @@ inline audio_converter_settings makeSettings(const audio &input, const audio &ou
     settings.output_channel_mask = static_cast<uint32_t>(output.speakers);
     settings.output_sample_rate = output.sample_rate;
     settings.out_frame_size = out_frame_size;
-    for (unsigned k = 0; k < AUDIO_MAX_CHANNELS; ++k) {
-        settings.input_channels += settings.input_channel_mask >> k & 1;
-        settings.output_channels += settings.output_channel_mask >> k & 1;
-    }
+    using mask = std::bitset<AUDIO_MAX_CHANNELS>;
+    settings.input_channels = static_cast<uint8_t>(mask(settings.input_channel_mask).count());
+    settings.output_channels = static_cast<uint8_t>(mask(settings.output_channel_mask).count());
     return settings;
 }
 
@@ -77,7 +77,7 @@ struct error : std::runtime_error {
 class converter {
 public:
     /* Throws zt::error when the settings are refused. The sink has to be copyable (std::ref helps).
-     * It is offered at most settings.out_frame_size bytes, or 1 MiB; AES3 adds its header. */
+     * It is offered at most settings.out_frame_size bytes, or 1 MiB, and 4 more. */
     template <class Sink>
     converter(const audio_converter_settings &settings, Sink sink)
         : state(std::make_unique<instance>()) {

@@ -478,6 +478,8 @@ class ToolTest(unittest.TestCase):
             "--bits 32 in.wav out.flac", "-f float in.wav out.flac",
             "--rate 48kk in.wav out.wav", "--rate 44.10001k in.wav out.wav",
             "--rate k in.wav out.wav", "--in-rate -1 in.wav out.wav",
+            "--rate nan in.wav out.wav", "--bits 17 in.wav out.wav",
+            "--split-input FL=a.wav --split-input FL=b.wav out.wav",
             "--dither -f float in.wav out.wav", "--dither --bits 32 in.wav out.wav",
             "--stats=3 in.wav out.wav", "--quiet=maybe in.wav out.wav",
             "--raw pcm,16,9,44100 in.wav out.wav", "--raw pcm,16,2,0 in.wav out.wav",
@@ -502,6 +504,7 @@ class ToolTest(unittest.TestCase):
             "mono.wav": wav(tone(10, 1), 1), "slow.wav": wav(tone(10, 1), 1, 8000),
             "sides.wav": wav(tone(10, 8), 8, mask=0x63F), "torn.aes3": bytes.fromhex(
                 "00050000 800080"),
+            "torn.wav": wav(tone(10, 2) + b"abc"), "head.wav": wav(tone(10, 2))[:42],
             "text.wav": with_chunk(wav(tone(10, 2)), b"LIST", b"INFO" + bytes(70_000)),
         }
         table = [
@@ -510,7 +513,6 @@ class ToolTest(unittest.TestCase):
             ("--bits 8 -f aes3 in.wav out.raw", "bits"),
             ("--bits 20 in.wav out.wav", "bits"),
             ("--frame-size 3 in.wav out.wav", "--frame-size that holds a frame"),
-            ("--split-input FL=mono.wav --split-input FL=mono.wav out.wav", "channel mask"),
             ("--raw aes3,16,1,48000 in.wav out.wav", "channel"),
             ("-r 4294967291 in.wav out.raw", "too little in common"),
             ("-r 3000000000 --in-rate 1000000000 in.wav out.aiff", "AIFF holds no such rate"),
@@ -529,6 +531,8 @@ class ToolTest(unittest.TestCase):
             ("sides.wav -l stereo out.wav", "(FL FR FC LFE BL BR SL SR)"),
             ("sides.wav --out-order FL,FR,FC,LFE,BL,BR,FLC,FRC out.wav", "--in-layout says"),
             ("--raw pcm,16,2,48000 odd.raw out.wav", "in the middle of a frame (1 of 4 bytes)"),
+            ("torn.wav out.wav", "ends in the middle of a frame (3 of 4 bytes)"),
+            ("head.wav out.wav", "ends within its header"),
             ("--raw aes3,16,2,48000 torn.aes3 out.wav", "in the middle of a block"),
             ("--raw aes3,24,2,48000 torn.aes3 out.wav", "no AES3 of the given depth"),
             ("--split-input FL=in.wav out.wav", "has 2 channels"),

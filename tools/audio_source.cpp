@@ -72,14 +72,12 @@ source_description describeBytes(const byte_reader &reader, const char *containe
     return what;
 }
 
-// Bytes of samples to read, fewer than the header says when it may be ignored.
+// Bytes of samples to read; where the header says more and may be ignored, of whole frames.
 std::optional<uint64_t> sampleBytes(const byte_reader &reader, const wav_header &header,
                                     bool ignore_length) {
     const std::optional<uint64_t> present = reader.remainingBytes();
-    const uint64_t frame_bytes = groupBytes(header.bytes);
-    const auto whole = [&](uint64_t bytes) { return bytes / frame_bytes * frame_bytes; };
     if (!present) {
-        return header.data_bytes ? std::optional(whole(*header.data_bytes)) : std::nullopt;
+        return header.data_bytes;
     }
     if (header.never_finished && *present > 0) {
         reportLength(reader.name(),
@@ -87,11 +85,14 @@ std::optional<uint64_t> sampleBytes(const byte_reader &reader, const wav_header 
                          " follow it",
                      ignore_length);
     }
-    const uint64_t declared = header.data_bytes.value_or(*present);
+    const uint64_t frame_bytes = groupBytes(header.bytes);
+    const uint64_t whole = *present / frame_bytes * frame_bytes;
+    const uint64_t declared = header.data_bytes.value_or(whole);
     if (declared > *present) {
         reportLength(reader.name(), missingText(declared - *present), ignore_length);
+        return whole;
     }
-    return whole(std::min(declared, *present));
+    return declared;
 }
 
 } // namespace

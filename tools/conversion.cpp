@@ -66,11 +66,11 @@ private:
         }
         streams.push_back(std::make_unique<output_stream>(
             settings.out_frame_size + AES3_HEADER_BYTES, std::move(take)));
-        bufstream *operations = streams.back()->operations();
+        bufstream *stream = streams.back().get();
         if (settings.output_separate_channels) {
-            audioConverterInitChannel(converter.get(), operations, static_cast<int32_t>(k));
+            audioConverterInitChannel(converter.get(), stream, static_cast<int32_t>(k));
         } else {
-            audioConverterInit(converter.get(), operations);
+            audioConverterInit(converter.get(), stream);
         }
     }
 

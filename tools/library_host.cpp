@@ -46,7 +46,7 @@ void checkSettings(const audio_converter_settings &settings) {
 }
 
 converter_pointer newConverter(const audio_converter_settings &settings) {
-    converter_pointer converter(audioConverterNew(lookUpPrinter, &settings));
+    converter_pointer converter(audioConverterNew(lookUpPrinter, &settings), audioConverterFree);
     if (!converter) {
         const std::string reason = takeLibraryMessage();
         const std::string rates = std::to_string(settings.input_sample_rate) + " to " +
@@ -71,29 +71,26 @@ audio_converter_settings formatChange(const byte_format &from, uint8_t format, u
 }
 
 output_stream::output_stream(size_t area_bytes, byte_function take)
-    : record{}, area(area_bytes), take_bytes(std::move(take)) {
-    record.operations.reserve = reserve;
-    record.operations.free_bytes = freeBytes;
-    record.operations.commit = commit;
-    record.operations.aux_info = [](bufstream *, uint32_t, uint32_t, void *, int32_t) {};
-    record.owner = this;
+    : bufstream{areaBytes, nextArea, takeChunk,
+                nullptr,   nullptr,  [](bufstream *, uint32_t, uint32_t, void *, int32_t) {}},
+      area(area_bytes), take_bytes(std::move(take)) {
 }
 
-uint8_t *output_stream::reserve(bufstream *stream, uint32_t) {
-    output_stream *owner = reinterpret_cast<stream_record *>(stream)->owner;
-    return owner->fault ? nullptr : owner->area.data();
+uint8_t *output_stream::nextArea(bufstream *stream, uint32_t) {
+    auto *own = static_cast<output_stream *>(stream);
+    return own->fault ? nullptr : own->area.data();
 }
 
-uint32_t output_stream::freeBytes(bufstream *stream) {
-    return static_cast<uint32_t>(reinterpret_cast<stream_record *>(stream)->owner->area.size());
+uint32_t output_stream::areaBytes(bufstream *stream) {
+    return static_cast<uint32_t>(static_cast<output_stream *>(stream)->area.size());
 }
 
-void output_stream::commit(bufstream *stream, uint32_t byte_count) {
-    output_stream *owner = reinterpret_cast<stream_record *>(stream)->owner;
+void output_stream::takeChunk(bufstream *stream, uint32_t byte_count) {
+    auto *own = static_cast<output_stream *>(stream);
     try {
-        owner->take_bytes(std::span(owner->area).first(byte_count));
+        own->take_bytes(std::span(own->area).first(byte_count));
     } catch (...) {
-        owner->fault = std::current_exception();
+        own->fault = std::current_exception();
     }
 }
 
@@ -101,7 +98,7 @@ side_converter::side_converter(const audio_converter_settings &settings,
                                output_stream::byte_function take_bytes)
     : stream(settings.out_frame_size + 4, std::move(take_bytes)), // AES3 adds its header
       converter(newConverter(settings)) {
-    audioConverterInit(converter.get(), stream.operations());
+    audioConverterInit(converter.get(), &stream);
 }
 
 void side_converter::put(std::span<const uint8_t> bytes) {

@@ -25,12 +25,7 @@ inline constexpr const char *CONVERTER_STOPPED =
 // The last message that the library printed, empty when there was none since the last call.
 std::string takeLibraryMessage();
 
-struct converter_release {
-    void operator()(audio_converter *converter) const {
-        audioConverterFree(converter);
-    }
-};
-using converter_pointer = std::unique_ptr<audio_converter, converter_release>;
+using converter_pointer = std::unique_ptr<audio_converter, decltype(&audioConverterFree)>;
 
 // Throws conversion_error with the library's message when it refuses the settings.
 void checkSettings(const audio_converter_settings &settings);
@@ -43,7 +38,7 @@ audio_converter_settings formatChange(const byte_format &from, uint8_t format, u
 
 // An output stream of the library. An exception thrown by the function stops the stream:
 // the library sees it full and its call returns 1; rethrow() then lets the exception go on.
-class output_stream {
+class output_stream : public bufstream {
 public:
     using byte_function = std::function<void(std::span<const uint8_t>)>;
 
@@ -51,9 +46,6 @@ public:
     output_stream(const output_stream &) = delete;
     output_stream &operator=(const output_stream &) = delete;
 
-    bufstream *operations() {
-        return &record.operations;
-    }
     void rethrow() const {
         if (fault) {
             std::rethrow_exception(fault);
@@ -61,17 +53,10 @@ public:
     }
 
 private:
-    // The library knows the address of `operations` only, which is the address of the record.
-    struct stream_record {
-        bufstream operations;
-        output_stream *owner;
-    };
+    static uint8_t *nextArea(bufstream *stream, uint32_t byte_count);
+    static uint32_t areaBytes(bufstream *stream);
+    static void takeChunk(bufstream *stream, uint32_t byte_count);
 
-    static uint8_t *reserve(bufstream *stream, uint32_t byte_count);
-    static uint32_t freeBytes(bufstream *stream);
-    static void commit(bufstream *stream, uint32_t byte_count);
-
-    stream_record record;
     std::vector<uint8_t> area;
     byte_function take_bytes;
     std::exception_ptr fault;

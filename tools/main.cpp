@@ -104,6 +104,8 @@ int main(int argument_count, char **arguments) {
         installSignalHandlers();
         if (const auto options = parseOptions(argument_count, arguments)) {
             run(*options);
+        } else if (!std::cout.flush()) {
+            throw systemError("standard output", "cannot write");
         }
         return EXIT_DONE;
     } catch (const usage_error &error) {

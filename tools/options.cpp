@@ -39,7 +39,7 @@ rounds; the same command gives the same file.
 Exit status:
   0  done
   1  the conversion failed; no output file is left behind
-  2  wrong options
+  2  options that are wrong for every input
 
 Examples:
   zt-audio-convert --rate 48k --bits 24 song.wav song.aiff
@@ -80,7 +80,7 @@ file_type parseType(const std::string &text) {
     return lookUp(TYPES, text, "wav, aiff, caf, flac, raw");
 }
 
-// Digits, for a rate also with a point and a k behind them.
+// A whole number, for a rate also one with a k behind it.
 uint32_t parseNumber(const std::string &text, uint32_t most, bool is_rate = false) {
     double value = 0.0;
     const char *end = text.data() + text.size();
@@ -88,8 +88,9 @@ uint32_t parseNumber(const std::string &text, uint32_t most, bool is_rate = fals
     const auto [stop, error] = std::from_chars(text.data(), end, value, std::chars_format::fixed);
     value *= in_thousands ? 1000.0 : 1.0;
     const double whole = std::round(value);
-    if (error != std::errc() || stop + (in_thousands ? 1 : 0) != end ||
-        std::abs(value - whole) > 1e-6 || whole < 1.0 || whole > most) {
+    const bool in_range = whole >= 1.0 && whole <= most; // "nan" is a number to from_chars
+    if (error != std::errc() || stop + (in_thousands ? 1 : 0) != end || !in_range ||
+        std::abs(value - whole) > 1e-6) {
         throw usage_error("'" + text + "' is not a whole number from 1 to " + std::to_string(most));
     }
     return static_cast<uint32_t>(whole);
@@ -104,7 +105,11 @@ uint32_t parseByteCount(const std::string &text) {
 }
 
 uint8_t parseBits(const std::string &text) {
-    return static_cast<uint8_t>(parseNumber(text, 32));
+    const uint32_t bits = parseNumber(text, 32);
+    if (bits % 8 != 0 && bits != 20) {
+        throw usage_error("'" + text + "' is none of 8, 16, 20, 24, 32");
+    }
+    return static_cast<uint8_t>(bits);
 }
 
 byte_format parseRawFormat(const std::string &text) {
@@ -234,14 +239,19 @@ std::string versionText() {
 void placeFiles(std::vector<std::string> files, const std::vector<std::string> &splits,
                 tool_options &options) {
     for (const std::string &text : splits) {
-        options.split_inputs.push_back(parseSplitInput(text));
+        const split_input input = parseSplitInput(text);
+        if (std::ranges::count(options.split_inputs, input.speaker, &split_input::speaker) > 0) {
+            throw usage_error("--split-input: '" + text + "' names a speaker again");
+        }
+        options.split_inputs.push_back(input);
     }
     if (!splits.empty()) {
         files.insert(files.begin(), "");
     }
     files.resize(std::max<size_t>(files.size(), 2));
     if (files.size() > 2) {
-        throw usage_error("--split-input takes the place of INPUT: only OUTPUT may be named");
+        throw usage_error("'" + files[2] + "' is one file too many" +
+                          (splits.empty() ? "" : ": --split-input takes the place of INPUT"));
     }
     options.input = files[0];
     options.output = files[1];
@@ -309,7 +319,7 @@ std::optional<tool_options> parseOptions(int argument_count, char **arguments) {
     tool_options options;
     app.formatter(std::make_shared<help_formatter>());
     app.footer(FOOTER);
-    app.add_option("files", files)->expected(0, 2)->group("");
+    app.add_option("files", files)->expected(0, -1)->group("");
     addInputOptions(app, options, splits);
     addOutputOptions(app, options);
     addReportOptions(app, options);

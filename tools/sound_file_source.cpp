@@ -13,12 +13,6 @@
 
 namespace {
 
-struct file_release {
-    void operator()(SNDFILE *file) const {
-        sf_close(file);
-    }
-};
-
 struct file_encoding {
     std::array<int, 5> formats; // the rest is 0
     uint8_t depth;
@@ -58,7 +52,8 @@ std::string formatText(int format) {
     return text;
 }
 
-// How many bytes the samples of an AIFF or CAF file lack; libsndfile quietly shortens the file.
+// How many bytes the samples of an AIFF or CAF file lack. libsndfile quietly shortens the file, or
+// calls it malformed when most of a CAF file is gone.
 // AIFF: FORM, size, type, chunks of a 4-byte size and an even length. CAF: caff, version,
 // chunks of an 8-byte size. Both big-endian.
 uint64_t missingBytes(byte_reader &reader) {
@@ -111,6 +106,9 @@ public:
         if (wav && wav->data_bytes && wav->data_offset + *wav->data_bytes > end) {
             missing = wav->data_offset + *wav->data_bytes - end;
         }
+        if (missing > 0) {
+            reportLength(description.name, missingText(missing), ignore_length);
+        }
         const int descriptor = reader->release();
         SF_INFO info{};
         file.reset(sf_open_fd(descriptor, SFM_READ, &info, descriptor > STDERR_FILENO));
@@ -119,9 +117,6 @@ public:
         }
         if (wav && wav->never_finished && wav->data_offset < end) {
             reportLength(description.name, "its header says 0 bytes of samples", ignore_length);
-        }
-        if (missing > 0) {
-            reportLength(description.name, missingText(missing), ignore_length);
         }
         describe(info);
         if (options.read_texts) {
@@ -183,7 +178,7 @@ private:
         return count;
     }
 
-    std::unique_ptr<SNDFILE, file_release> file;
+    std::unique_ptr<SNDFILE, decltype(&sf_close)> file{nullptr, sf_close};
     std::vector<double> doubles;
     uint64_t frames_read = 0;
     bool exact_length = true;

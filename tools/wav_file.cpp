@@ -1,6 +1,7 @@
 #include "wav_file.h"
 
 #include "byte_order.h"
+#include "errors.h"
 
 #include <algorithm>
 #include <array>
@@ -35,6 +36,9 @@ public:
         for (unsigned count = 0; count < MOST_CHUNKS && !isComplete(is_pipe); ++count) {
             const std::vector<uint8_t> head = reader.lookAt(offset, 8);
             if (head.size() < 8) {
+                if (!head.empty() && !found_data && !is_pipe) {
+                    throw conversion_error(reader.name() + ": ends within its header");
+                }
                 break;
             }
             const auto size = takeLittle<uint32_t>(head, 4);
