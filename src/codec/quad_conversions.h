@@ -1,6 +1,6 @@
 #pragma once
 
-#include "codec/quad_codecs.h"
+#include "codec/quad_kernels.h"
 
 // Quads of one format to quads of another, without a transpose between: one kernel for each pair.
 

@@ -1,10 +1,9 @@
 #pragma once
 
-#include "codec/quad_formats.h"
+#include "codec/quad_memory.h"
 #include "core/channel_pointers.h"
 
 #include <cstddef>
-#include <cstring>
 
 // The SIMD codecs' inner loops, one class for each kind of channel count. V is a vector of
 // LANES128 lanes of 128 bits: one of simd/vector_*.h. Quads is a format of quad_formats.h.
@@ -18,65 +17,8 @@
 //     | f1 c0 | f1 c1 | f1 c2 | f1 c3 | <--> | f0 c1 | f1 c1 | f2 c1 | f3 c1 |
 //     | f2 c0 | f2 c1 | f2 c2 | f2 c3 |      | f0 c2 | f1 c2 | f2 c2 | f3 c2 |
 //     | f3 c0 | f3 c1 | f3 c2 | f3 c3 |      | f0 c3 | f1 c3 | f2 c3 | f3 c3 |
-//
-// A quad is loaded in 16 bytes, or in 4 if it has no more, and stored in 4, 8 or 16. Quads are
-// stored in ascending order: what spills over is then overwritten. No step touches a byte outside
-// the block. Its last lane is loaded together with the bytes in front of it, and the last step
-// stores its last quad exactly.
 
 namespace {
-
-constexpr unsigned QUAD_SAMPLES = 4;
-
-// Loads a quad into every 128-bit lane, one every lane_stride bytes. Of the last one only BYTES
-// bytes belong to the step; what stands in front of it belongs to another lane.
-template <typename V, typename Quads, unsigned BYTES = Quads::BYTES>
-inline typename V::vec loadQuads(const uint8_t *bytes, size_t lane_stride) {
-    constexpr unsigned LOADED = Quads::BYTES == 4 ? 4 : LANE128_BYTES;
-    constexpr unsigned IN_FRONT = LOADED - BYTES;
-    constexpr unsigned LAST = V::LANES128 - 1;
-    static_assert(LAST > 0);
-    lane128 lanes[V::LANES128];
-    for (unsigned i = 0; i < LAST; ++i) {
-        lanes[i] = loadWhole<LOADED>(bytes + i * lane_stride);
-    }
-    lanes[LAST] = loadWhole<LOADED>(bytes + LAST * lane_stride - IN_FRONT);
-    return Quads::template unpack<IN_FRONT>(V::join(lanes));
-}
-
-// Stores a quad of BYTES bytes; beyond them nothing, if it is the last of all.
-template <typename Quads, unsigned BYTES = Quads::BYTES>
-inline void storeQuad(uint8_t *bytes, lane128 quad, bool is_last) {
-    constexpr unsigned WHOLE = wholeBytes(Quads::BYTES);
-    if (BYTES < WHOLE && is_last) {
-        memcpy(bytes, &quad, BYTES);
-    } else {
-        storeWhole<WHOLE>(bytes, quad);
-    }
-}
-
-// Quads one behind the other, a lane each: V::LANES128 * Quads::BYTES bytes.
-template <typename V, typename Quads>
-inline typename V::vec loadRun(const uint8_t *bytes) {
-    if constexpr (Quads::BYTES == LANE128_BYTES) {
-        return Quads::template unpack<0>(V::load(bytes));
-    } else {
-        return loadQuads<V, Quads>(bytes, Quads::BYTES);
-    }
-}
-
-template <typename V, typename Quads>
-inline void storeRun(uint8_t *bytes, typename V::vec quads, bool is_last) {
-    if constexpr (Quads::BYTES == LANE128_BYTES) {
-        V::store(bytes, quads);
-    } else {
-        lane128 lanes[V::LANES128];
-        V::split(quads, lanes);
-        for (unsigned i = 0; i < V::LANES128; ++i) {
-            storeQuad<Quads>(bytes + i * Quads::BYTES, lanes[i], is_last && i + 1 == V::LANES128);
-        }
-    }
-}
 
 // Turns four quads of every lane into four channels, and back.
 template <typename V>

@@ -29,6 +29,8 @@ struct output_limits {
     uint32_t unit;            // frames that travel together: 2 for the LPCM formats
     uint32_t largest_block;   // samples whose bytes may be asked for at once
     uint32_t largest_chunk;   // samples that the frame size allows; 0: nothing can be written
+    uint32_t frame_bits;      // of what one stream carries
+    uint32_t header_bytes;    // in front of a chunk: those of AES3
     uint8_t stream_channels;  // that one stream carries
 };
 

@@ -161,13 +161,12 @@ bool goesDirectly(const audio_converter &converter) {
 // Takes the input and writes it in one pass. Room for all of it is made as if it were decoded: a
 // stream may refuse it.
 uint32_t putDirectly(audio_converter &converter, const input_bytes &input) {
-    const audio_converter_settings &settings = converter.settings;
     uint32_t samples;
     if (makeRoom(converter, input, samples) != 0) {
         return 1;
     }
-    const uint32_t consumed = bytesOfSamples(
-        samples, settings.input_format, settings.input_channels, settings.input_bits_per_sample);
+    const uint32_t consumed =
+        samples * converter.output.direct.input_bytes * converter.output.stream_channels;
     const input_bytes tail = {input.data + consumed, input.count - consumed};
     if (secureCarry(converter, tail.count, input.count) != 0) {
         return 1;

@@ -41,6 +41,12 @@ void computeOutputLimits(audio_converter &converter) {
     limits.shares = per_channel ? settings.output_channels : 1u;
     limits.stream_channels = per_channel ? uint8_t{1} : settings.output_channels;
     limits.unit = travelsInPairs(settings.output_format) ? 2u : 1u;
+    const auto bytesOf = [&](uint32_t samples) {
+        return bytesOfSamples(samples, settings.output_format, limits.stream_channels,
+                              settings.output_bits_per_sample);
+    };
+    limits.header_bytes = bytesOf(0);
+    limits.frame_bits = bytesOf(8) - limits.header_bytes; // eight frames have as many bytes
     limits.largest_block = samplesInBytes(LARGEST_BLOCK_BYTES, settings.output_format,
                                           limits.stream_channels, settings.output_bits_per_sample);
     limits.encode = chooseCodec(*converter.kernels, settings.output_format, limits.stream_channels,

@@ -1,7 +1,6 @@
 #include "pipeline/output_writer.h"
 
 #include "codec/aes3.h"
-#include "codec/aes3_header.h"
 #include "codec/sample_conversion.h"
 #include "codec/sample_count.h"
 #include "pipeline/held_output.h"
@@ -38,9 +37,7 @@ uint32_t pendingOf(const output_writer &writer, unsigned slot) {
 }
 
 uint32_t bytesOf(const output_writer &writer, uint32_t samples) {
-    const audio_converter_settings &settings = writer.converter.settings;
-    return bytesOfSamples(samples, settings.output_format, writer.limits.stream_channels,
-                          settings.output_bits_per_sample);
+    return samples * writer.limits.frame_bits / 8 + writer.limits.header_bytes;
 }
 
 // Whole samples (pairs, for the LPCM formats) in the share that one stream has of its room.
@@ -58,9 +55,7 @@ uint32_t chunkSamples(const output_writer &writer, bufstream *stream, uint32_t b
     const output_limits &limits = writer.limits;
     const uint32_t samples = std::min(block & ~(limits.unit - 1), limits.largest_chunk);
     uint32_t room = stream->free_bytes(stream);
-    if (writer.converter.settings.output_format == AUDIO_FORMAT_AES3) {
-        room -= std::min(room, AES3_HEADER_BYTES);
-    }
+    room -= std::min(room, limits.header_bytes);
     // Most streams have room for all that is wanted, which needs no division.
     return room >= uint64_t{want} * limits.shares ? samples
                                                   : std::min(samples, samplesInRoom(writer, room));
