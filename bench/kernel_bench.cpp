@@ -148,9 +148,16 @@ std::string nameOf(const char *group, const char *row, unsigned channels,
     return std::string(group) + "/" + row + "/" + std::to_string(channels) + "/" + kernels.name;
 }
 
-void registerCodecs(const kernel_set &kernels) {
+// A kernel that a level borrows from the one below is measured there. For the plain level `lower`
+// has no kernels.
+void registerCodecs(const kernel_set &kernels, const kernel_set &lower) {
     for (const sample_kind &row : KINDS) {
         for (const uint8_t channels : {uint8_t{2}, uint8_t{6}, uint8_t{8}}) {
+            if (lower.chooseCodec != nullptr &&
+                chooseCodec(kernels, row.format, channels, row.bits).decode ==
+                    chooseCodec(lower, row.format, channels, row.bits).decode) {
+                continue;
+            }
             benchmark::RegisterBenchmark(nameOf("decode", row.name, channels, kernels).c_str(),
                                          benchDecode, row, kernels, channels);
             benchmark::RegisterBenchmark(nameOf("encode", row.name, channels, kernels).c_str(),
@@ -159,11 +166,14 @@ void registerCodecs(const kernel_set &kernels) {
     }
 }
 
-void registerFilters(const kernel_set &kernels) {
+void registerMixer(const kernel_set &kernels) {
     for (const mix_row &row : MIXES) {
         benchmark::RegisterBenchmark(nameOf("mix", row.name, row.inputs, kernels).c_str(), benchMix,
                                      row, kernels);
     }
+}
+
+void registerResampler(const kernel_set &kernels) {
     for (const rate_row &row : RATES) {
         for (const uint8_t channels : {uint8_t{1}, uint8_t{2}, uint8_t{6}, uint8_t{8}}) {
             benchmark::RegisterBenchmark(nameOf("resample", row.name, channels, kernels).c_str(),
@@ -212,10 +222,17 @@ private:
 } // namespace
 
 int main(int argc, char **argv) {
+    kernel_set lower = {};
     for (int level = CPU_PLAIN; level <= detectCpuLevels().highest; ++level) {
         const kernel_set &kernels = kernelsOf(static_cast<cpu_level>(level));
-        registerCodecs(kernels);
-        registerFilters(kernels);
+        registerCodecs(kernels, lower);
+        if (kernels.mix != lower.mix) {
+            registerMixer(kernels);
+        }
+        if (kernels.resample != lower.resample) {
+            registerResampler(kernels);
+        }
+        lower = kernels;
     }
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
