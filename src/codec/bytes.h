@@ -1,9 +1,12 @@
 #pragma once
 
+#include <bit>
 #include <cstdint>
 #include <cstring>
 
-// Unaligned integers of fixed byte order. The host is little-endian (x86-64).
+// Unaligned integers of fixed byte order. Copying whole integers is right on little-endian
+// machines.
+static_assert(std::endian::native == std::endian::little);
 
 inline uint16_t loadLe16(const uint8_t *bytes) {
     uint16_t value;

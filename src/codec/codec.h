@@ -10,7 +10,7 @@
 // is one pass without allocation; an encoder writes exactly
 // audioConverterSamplesToBytes(samples, format, channels, bits) bytes, AES3 less its header.
 //
-// A depth that the format does not have counts as 16 bits.
+// Unless said otherwise, a depth that the format does not have counts as 16 bits.
 
 // Little-endian linear PCM: 8 (unsigned, 128 is silence), 16, 24 or 32 bits.
 void decodePcm(const channel_pointers &out, const uint8_t *in, uint32_t samples, uint8_t channels,
@@ -24,12 +24,16 @@ void decodeLpcmBe(const channel_pointers &out, const uint8_t *in, uint32_t sampl
 void encodeLpcmBe(const channel_pointers &in, uint8_t *out, uint32_t samples, uint8_t channels,
                   uint8_t bits);
 
-// Big-endian LPCM in pairs of frames, low words before high bits: 20 or 24 bits. The sample count
-// is even. With 16 bits the words are whole samples, frame by frame: the layout above.
+// Big-endian LPCM in pairs of frames, low words before high bits: 20 bits, or 24 for any other
+// depth. The sample count is even. With 16 bits the words are whole samples, frame by frame: that
+// is the layout above, and its codec.
 void decodeLpcmPaired(const channel_pointers &out, const uint8_t *in, uint32_t samples,
                       uint8_t channels, uint8_t bits);
 void encodeLpcmPaired(const channel_pointers &in, uint8_t *out, uint32_t samples, uint8_t channels,
                       uint8_t bits);
+
+// The sample that the float 1.0 stands for, 2^31 - 2.
+constexpr double FLOAT_FULL_SCALE = 2147483646.0;
 
 // Little-endian IEEE 754 singles; bits plays no part. The decoder saturates beyond full scale and
 // reads not-a-number as 0.

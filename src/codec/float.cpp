@@ -9,11 +9,8 @@
 
 namespace {
 
-// The sample that 1.0 stands for: 2^31 - 2.
-constexpr double FULL_SCALE = 2147483646.0;
-
 int32_t fromFloat(float value) {
-    return saturateToInt32(static_cast<double>(value) * FULL_SCALE);
+    return saturateToInt32(static_cast<double>(value) * FLOAT_FULL_SCALE);
 }
 
 } // namespace
@@ -32,7 +29,7 @@ void encodeFloat(const channel_pointers &in, uint8_t *out, uint32_t samples, uin
                  uint8_t /*bits*/) {
     for (uint32_t f = 0; f < samples; ++f) {
         for (unsigned c = 0; c < channels; ++c) {
-            const auto value = static_cast<float>(in[c][f] / FULL_SCALE);
+            const auto value = static_cast<float>(in[c][f] / FLOAT_FULL_SCALE);
             storeLe32(out, std::bit_cast<uint32_t>(value));
             out += sizeof(float);
         }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "codec/quad_kernels.h"
+#include "simd/kernels.h"
 
 // Quads of one format to quads of another, without a transpose between: one kernel for each pair.
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "codec/codec.h"
 #include "simd/lanes128.h"
 
 #include <cstdint>
@@ -119,10 +120,8 @@ struct pcm32_quads {
     }
 };
 
-// The sample that 1.0 stands for, 2^31 - 2. To multiply by its inverse and round to a single gives
-// the same as to divide, for every sample.
-constexpr double FLOAT_FULL_SCALE = 2147483646.0;
-
+// To multiply by the inverse of full scale and round to a single gives the same as to divide, for
+// every sample.
 template <typename V>
 struct float_quads {
     using vec = typename V::vec;
@@ -236,7 +235,7 @@ typename V::vec reverseBits(typename V::vec bytes) {
     return V::bitOr(V::lookUp(TO_HIGH, low), V::lookUp(TO_LOW, high));
 }
 
-// AES3: a quad is two samples of a channel pair, each of `Bits / 4 + 1` bytes. With the bits of
+// AES3: a quad is two frames of a channel pair, each of `Bits / 4 + 1` bytes. With the bits of
 // every byte reversed, one of the two is, in 64 bits,
 //
 //     | sample A at bit 0 | 4 extra bits | sample B at bit Bits + 4 | 4 extra bits |

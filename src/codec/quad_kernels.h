@@ -189,7 +189,8 @@ public:
     }
 
 private:
-    static constexpr unsigned FRAME_BYTES = CHANNELS * Quads::BYTES / 4;
+    static_assert(CHANNELS * Quads::BYTES % QUAD_SAMPLES == 0);
+    static constexpr unsigned FRAME_BYTES = CHANNELS * Quads::BYTES / QUAD_SAMPLES;
 
     four_channels four_;
 };

@@ -24,6 +24,8 @@ inline typename V::vec loadQuads(const uint8_t *bytes, size_t lane_stride) {
     constexpr unsigned IN_FRONT = LOADED - BYTES;
     constexpr unsigned LAST = V::LANES128 - 1;
     static_assert(LAST > 0);
+    // The bytes in front, and behind the other lanes' quads, are the step's own.
+    static_assert(Quads::BYTES == 4 || Quads::BYTES >= 6);
     lane128 lanes[V::LANES128];
     for (unsigned i = 0; i < LAST; ++i) {
         lanes[i] = loadWhole<LOADED>(bytes + i * lane_stride);

@@ -13,10 +13,11 @@
 namespace {
 
 constexpr uint32_t TILE_SAMPLES = 2048;
+constexpr uint32_t STEP_FRAMES = 16; // whole steps of every kernel that fills tiles
 
-// Whole steps of any kernel, and so whole pairs of frames.
+// Whole steps, and so whole pairs of frames.
 inline uint32_t tileFrames(uint32_t left, unsigned channels) {
-    const uint32_t most = TILE_SAMPLES / channels / 16 * 16;
+    const uint32_t most = TILE_SAMPLES / channels / STEP_FRAMES * STEP_FRAMES;
     return left < most ? left : most;
 }
 
@@ -70,7 +71,8 @@ struct tile_codec {
     }
 };
 
-// Formats that do not care where a frame ends: all samples are taken as one channel.
+// Formats that do not care where a frame ends: all samples are taken as one channel. The depth, 0,
+// is never looked at: from FEWEST_SAMPLES on the codec does without PLAIN.
 template <typename V, typename Quads, const codec_pair &PLAIN>
 struct quad_stage {
     using codec = quad_codec<Quads, mono_kernel<V, Quads>, PLAIN>;

@@ -8,7 +8,7 @@ constexpr double TWO_PI = 6.283185307179586;
 // A term of besselI0 at most this share of the sum is the last.
 constexpr double BESSEL_SERIES_LIMIT = 1e-4;
 
-// Any correct form of Euclid's algorithm; both numbers nonzero.
+// The largest number that divides both, neither being 0.
 uint32_t greatestCommonDivisor(uint32_t a, uint32_t b);
 
 // The zeroth-order modified Bessel function of the first kind at 2 * half_x, by a power series

@@ -33,6 +33,7 @@ typename V::vector besselI0Lanes(typename V::vector half_x) {
 template <typename V>
 void designBatch(double *values, const double *sines, const double *distances, double half,
                  double beta, double norm) {
+    static_assert(DESIGN_BATCH % V::LANES == 0);
     for (int32_t i = 0; i < DESIGN_BATCH; i += static_cast<int32_t>(V::LANES)) {
         const typename V::vector k = V::load(distances + i);
         const typename V::vector r = V::divide(k, V::spread(half));

@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-// Which kernel filters what, by the rate ratio L : M in lowest terms, and every constant that tunes
-// them. A period is L outputs: M input samples make them, with the 40 that overlap the next period.
+// Which kernel filters what, by the rate ratio L : M in lowest terms, and the constants that decide
+// it. A period is L outputs: M input samples make them, with the 40 that overlap the next period.
 // A lane is one period of one channel.
 //
 //   L          M          coefficients   lanes       kernel
@@ -27,10 +27,10 @@ constexpr uint32_t LARGEST_SEGMENTED_STEP = 32;
 constexpr uint32_t LONGEST_SEGMENTED_PERIOD = 32;
 
 // L below 8 would leave phases of a group empty, so that segments take larger M, too: 384 to 8 kHz
-// (1 : 48) is the only usual pair beyond 32. Four periods of all channels take 0.6 to 1.1 (SSE2 0.8
+// (1 : 48) is the only usual pair beyond 32. Four lanes take 0.6 to 1.1 (SSE2 0.8
 // to 1.4) of the scalar kernel's time; fewer leave most of a tile empty.
 constexpr uint32_t LARGEST_STEP_OF_SHORT_PERIODS = 64;
-constexpr uint64_t FEWEST_SHORT_PERIODS = 4;
+constexpr uint64_t FEWEST_SHORT_LANES = 4;
 
 // The cost of an output must not grow with L, so nearly every pair of rates has packed
 // coefficients. Rows up to 320 are M / L up to 40; 384 to 11.025 kHz has 284.
@@ -38,9 +38,9 @@ constexpr uint64_t MOST_PACKED_BYTES = uint64_t{64} << 20;
 constexpr uint64_t MOST_PACKED_ROWS = 320;
 
 // Up to four lanes run in groups. Up to twelve do if lanes times rows of a group are few: all rows
-// beyond 40 meet zeros, most of which tiles leave out, but tiles compute their empty lanes. Tiles
-// are faster from 13 lanes on at 47 rows (44.1 to 48 kHz), and with AVX2 from 8 at 71 (192 to
-// 44.1), 7 at 101, 5 at 162; with AVX-512 later, with SSE2 sooner.
+// beyond 40 meet zeros, most of which tiles leave out, but tiles compute their empty lanes. With
+// AVX2 tiles are faster from 12 lanes on at 47 rows (44.1 to 48 kHz), 8 at 71 (192 to 44.1), 6 at
+// 101, 5 at 162; with AVX-512 later, with SSE2 sooner.
 constexpr uint64_t FEWEST_TILED = 5;
 constexpr uint64_t MOST_GROUPED = 12;
 constexpr uint64_t MOST_GROUPED_ROWS[] = {480, 560, 720}; // for vectors of 2, 4 and 8 doubles
@@ -65,8 +65,8 @@ constexpr unsigned SUMS_IN_FLIGHT = 8;
 // two lanes, 1.04 to 1.1.
 constexpr unsigned MOST_GROUPS = 5;
 
-// The scratch of a call, input of all lanes, in its outermost frame: 40 KiB, which a first-level
-// cache holds with the coefficients of the moment.
+// The scratch of a call, input of all lanes, in its outermost frame: 40 KiB, the size of the larger
+// first-level caches.
 constexpr unsigned SCRATCH_DOUBLES = 5120;
 
 // Sums of segments that leave at once: 8 KiB. Twice as many gain nothing.

@@ -43,7 +43,7 @@ uint64_t firstSampleOf(const phase_plan &plan, uint64_t phase) {
 // Input samples that the first `phases` outputs of a period span, from the period's start.
 uint64_t samplesUnder(const phase_plan &plan, uint64_t phases) {
     const uint64_t end = firstSampleOf(plan, phases - 1) + TAPS_PER_PHASE;
-    return end > TAPS_PER_PHASE ? end : end + 1;
+    return end > TAPS_PER_PHASE ? end : end + 1; // phase 0 alone: its filter has a 41st tap
 }
 
 } // namespace

@@ -4,12 +4,15 @@
 #include "resampler/vector_segments.h"
 #include "resampler/vector_tiles.h"
 
+#include <iterator>
+
 // Shared by the SIMD kernels; internal linkage, see vector_plan.h. strategy.h says what runs when.
 namespace {
 
 // Few lanes, or so few that the rows a group has beyond 40 cost less than a tile's empty lanes.
 template <typename V>
 bool suitGroups(const phase_plan &plan, uint64_t lanes) {
+    static_assert(V::LANES / 4 < std::size(MOST_GROUPED_ROWS));
     return lanes < FEWEST_TILED ||
            (lanes <= MOST_GROUPED && lanes * plan.group_rows <= MOST_GROUPED_ROWS[V::LANES / 4]);
 }
@@ -32,13 +35,12 @@ void runPeriods(const resample_job &job, const phase_plan &plan, uint64_t lanes,
     filterLanesInGroups<V>(job, plan, lane, lanes, plan.up, scratch);
 }
 
-// Whether there are periods enough of all channels, and they are short enough for the scratch.
-bool suitSegments(const phase_plan &plan, uint64_t periods) {
+// Whether there are lanes enough, and their periods are short enough for the scratch.
+bool suitSegments(const phase_plan &plan, uint64_t lanes) {
     if (plan.up < PHASES_PER_GROUP) {
-        return plan.down <= LARGEST_STEP_OF_SHORT_PERIODS && periods >= FEWEST_SHORT_PERIODS;
+        return plan.down <= LARGEST_STEP_OF_SHORT_PERIODS && lanes >= FEWEST_SHORT_LANES;
     }
-    return plan.down <= LARGEST_SEGMENTED_STEP && plan.up <= LONGEST_SEGMENTED_PERIOD &&
-           periods != 0;
+    return plan.down <= LARGEST_SEGMENTED_STEP && plan.up <= LONGEST_SEGMENTED_PERIOD && lanes != 0;
 }
 
 template <typename V>

@@ -16,10 +16,13 @@
 namespace {
 
 // One part of a group, all lanes: one row of `sums` per phase. `samples` are the group's. `parts`
-// is that part or, skewed, the first of PHASES parts of one phase each.
+// is that part or, skewed, the first of PHASES parts of one phase each, and
+// its rows are as many as any of them has: only phase 0 of a period has a 41st, and packed periods
+// have 8 phases or more.
 template <typename V, unsigned WIDTH, unsigned PHASES, bool SKEWED>
 void filterTilePart(const double *coefficients, const double *samples, const group_part *parts,
                     int32_t *sums) {
+    static_assert(WIDTH % V::LANES == 0 && PHASES_PER_GROUP % PHASES == 0);
     constexpr unsigned VECTORS = WIDTH / V::LANES;
     const double *factors[PHASES];
     const double *rows[PHASES];

@@ -13,27 +13,17 @@ namespace {
 // limit and raises none.
 struct avx512_doubles {
     using vector = __m512d;
-    using mask = __mmask8;
     static constexpr unsigned LANES = 8;
 
     // Every lane is asked for by mask: g++ 12 warns about some intrinsics without one.
-    static constexpr mask ALL = 0xff;
+    static constexpr __mmask8 ALL = 0xff;
 
     static vector zero() { return _mm512_setzero_pd(); }
     static vector spread(double value) { return _mm512_set1_pd(value); }
     static vector load(const double *values) { return _mm512_loadu_pd(values); }
     static void store(double *values, vector a) { _mm512_storeu_pd(values, a); }
     static vector add(vector a, vector b) { return _mm512_add_pd(a, b); }
-    static vector subtract(vector a, vector b) { return _mm512_sub_pd(a, b); }
     static vector multiply(vector a, vector b) { return _mm512_mul_pd(a, b); }
-    static vector divide(vector a, vector b) { return _mm512_div_pd(a, b); }
-    static vector squareRoot(vector a) { return _mm512_maskz_sqrt_pd(ALL, a); }
-    static mask greater(vector a, vector b) { return _mm512_cmp_pd_mask(a, b, _CMP_GT_OQ); }
-    static mask both(mask a, mask b) { return static_cast<mask>(a & b); }
-    static bool any(mask a) { return a != 0; }
-    static vector choose(mask a, vector where_set, vector where_clear) {
-        return _mm512_mask_blend_pd(a, where_clear, where_set);
-    }
     static vector loadSamples(const int32_t *samples) {
         const auto *eight = reinterpret_cast<const __m256i *>(samples);
         return _mm512_maskz_cvtepi32_pd(ALL, _mm256_loadu_si256(eight));

@@ -20,6 +20,9 @@ constexpr kernel_set KERNEL_TABLE[] = {
      resampleChannelsAvx512, designResamplingFilterAvx2},
 #endif
 };
+#if defined(__x86_64__)
+static_assert(std::size(KERNEL_TABLE) == CPU_AVX512 + 1);
+#endif
 
 } // namespace
 

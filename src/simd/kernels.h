@@ -8,7 +8,8 @@
 // The kernels of every level, by what they compute. All of a kind have one signature and give the
 // same result, bit for bit: that of the scalar kernel, which is the definition.
 
-// Both directions of a format, chosen for a channel count and a depth: called with no other.
+// Both directions of a format, chosen for a channel count and a depth: called with no other. Paired
+// LPCM of 20 and 24 bits is called with even counts of samples alone.
 struct codec_pair {
     decode_function decode;
     encode_function encode;
@@ -49,7 +50,7 @@ void applyMixMatrixAvx2(const gain_matrix &matrix, const channel_pointers &chann
 void applyMixMatrixAvx512(const gain_matrix &matrix, const channel_pointers &channels, uint32_t n,
                           uint8_t input_channels, uint8_t output_channels);
 
-// Frame by frame, and array by array.
+// As mix_apply.h says: the scalar kernel goes frame by frame, the other array by array.
 using reorder_kernel = void (*)(const channel_pointers &channels, uint32_t n,
                                 const uint8_t *input_map, const uint8_t *output_map,
                                 uint8_t input_channels);

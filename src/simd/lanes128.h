@@ -4,9 +4,9 @@
 #include <cstring>
 #include <emmintrin.h>
 
-// Lanes of 16 bytes and quads of bytes in memory: what the vectors of vector_ssse3.h and
-// vector_avx2.h consist of. A shuffle pattern names, for every byte of a lane, the byte of that
-// lane that it comes from.
+// Lanes of 16 bytes and quads of bytes in memory: what the vectors of vector_ssse3.h,
+// vector_avx2.h and vector_avx512.h consist of. A shuffle pattern names, for every byte of a lane,
+// the byte of that lane that it comes from.
 //
 // Internal linkage: every unit that is compiled for an instruction set owns its copy.
 namespace {

@@ -94,7 +94,8 @@ cpu_levels detectCpuLevels() {
         return {CPU_SSE2, CPU_SSE2};
     }
     const uint32_t saved = hasAll(basic.ecx, bit_OSXSAVE | bit_AVX) ? readXcr0() : 0;
-    // Every processor with AVX has leaf 7.
+    // Every processor with AVX has leaf 7. Firmware that hides the higher leaves is not provided
+    // for: to ask for the highest one costs as much as all this does.
     const uint32_t extended = hasAll(saved, XCR0_SSE_AVX) ? readLeaf(7).ebx : 0;
     if (!hasAll(extended, bit_AVX2)) {
         return {CPU_SSSE3, CPU_SSSE3};
